@@ -1,0 +1,12 @@
+# Everything comes from the distribution; scripts/install-deps.sh knows the packages.
+find_package(Threads REQUIRED)
+find_package(Boost 1.74 REQUIRED COMPONENTS thread system)
+find_package(Eigen3 3.3 REQUIRED NO_MODULE)
+find_package(pugixml REQUIRED)
+find_package(nlohmann_json 3.11 REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core)
+if(BUILD_TESTING OR NOT DEFINED BUILD_TESTING)
+  find_package(GTest REQUIRED)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+endif()

@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Installs what is missing, checks the formatting, then builds and tests the presets given as
+# arguments (default: release and asan).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-deps.sh
+scripts/check-format.sh
+
+presets=("$@")
+[ ${#presets[@]} -gt 0 ] || presets=(release asan)
+jobs=$(nproc)
+for preset in "${presets[@]}"; do
+  echo "== $preset: configure and build"
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" -j "$jobs"
+  echo "== $preset: test"
+  ctest --preset "$preset" -j "$((jobs * 2))"
+done
