@@ -1,0 +1,152 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <future>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <morvalincore/Configurable.h>
+#include <morvalincore/Data.h>
+#include <morvalincore/Signal.h>
+#include <morvalinstream/Export.h>
+
+namespace Morvalin {
+
+class StreamOperations;
+class StreamWorker;
+
+/// A source of data that is opened, started, stopped and closed.
+///
+/// Operations and states:
+///
+///     open    Closed  -> Opening  openImpl()   -> Open      (Closed if it fails; closeImpl() is
+///     not called) start   Open    -> Starting startImpl()  -> Running   (Open if it fails), then
+///     the worker begins stop    Running -> Stopping worker ends, stopImpl() -> Open close   Open
+///     -> Closing  closeImpl()  -> Closed    (a running stream is stopped first) pause   Running ->
+///     Pausing  pauseImpl()  -> Paused    only where supportsPausing() resume  Paused  -> Resuming
+///     resumeImpl() -> Running
+///
+/// An operation that is already done returns true and calls no hook: open() from Open to Stopping,
+/// start() when Starting or Running, stop() when Open or Closed, close() when Closed. start() on a
+/// closed stream returns false. A hook that returns false or throws has failed; nothing a hook or
+/// doWork() throws leaves the stream.
+///
+/// Threads: operations may be called from any thread. One runs at a time, the others wait in the
+/// order in which they came. Asked from a slot or hook on the thread that runs an operation, or
+/// from the worker itself, an operation is queued behind and the call returns true at once instead
+/// of waiting for itself.
+///
+/// While a stream runs, its worker thread calls doWork() again and again, never at the same time as
+/// a hook. State changes are announced, and data is handed out, with no lock of the stream held.
+/// Receivers may run on any thread and must not block on the GUI thread.
+///
+/// A class that implements the hooks calls close() first in its destructor, while they still exist,
+/// and nobody may call an operation after that. close() cancels the operations that are queued
+/// (their result is false), waits for the one that runs, and ends the worker.
+class MORVALINSTREAM_EXPORT Stream : public Data, public Configurable {
+public:
+    enum State : int {
+        Closed = 0,
+        Opening = 1,
+        Open = 2,
+        Starting = 3,
+        Running = 4,
+        Pausing = 5,
+        Paused = 6,
+        Resuming = 7,
+        Stopping = 8,
+        Closing = 9
+    };
+
+    struct StateChange {
+        State from;
+        State to;
+    };
+
+    enum class ThreadingMode { OwnThread };
+
+    /// What doWork() asks for: to be called again at a time of the system clock. The wait ends at
+    /// once when the stream is stopped and is not disturbed by jumps of that clock.
+    struct WorkContinuation {
+        std::chrono::system_clock::time_point time;
+        std::uint8_t callAgain; ///< 1: call again at that time; anything else ends the worker
+    };
+
+    explicit Stream(std::string name);
+    ~Stream() override;
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+
+    const std::string& name() const { return streamName; }
+
+    // Any thread, without waiting.
+    State state() const { return currentState.load(); }
+    bool isStateOneOf(std::initializer_list<State> states) const;
+
+    virtual ThreadingMode threadingMode() const;
+    virtual bool supportsAsyncOperation() const;
+    virtual bool supportsPausing() const;
+    /// Puts a stream that has gone wrong back into its first condition; does nothing by default.
+    virtual void reset();
+    /// True when Starting or Running.
+    virtual bool isRunning() const;
+    /// Identifies the kind of stream in saved data.
+    virtual std::string uuid() const = 0;
+    /// Id of the controller that a host shows unless told otherwise; empty for none.
+    virtual std::string createDefaultStreamController() const;
+
+protected:
+    // The hooks. Each returns success. Called on the thread of the operation, one at a time.
+    virtual bool openImpl() = 0;
+    virtual bool closeImpl() = 0;
+    virtual bool startImpl() = 0;
+    virtual bool stopImpl() = 0;
+    virtual bool pauseImpl();
+    virtual bool resumeImpl();
+    virtual bool workerThreadRequiresOpenGl() const;
+    /// One step of work on the worker thread, in state Running. An empty result ends the worker
+    /// with a log line, as does an exception.
+    virtual std::optional<WorkContinuation> doWork() = 0;
+    virtual bool worksWhilePaused() const;
+
+public:
+    bool open();
+    bool start();
+    bool stop();
+    bool close();
+    bool pause();
+    bool resume();
+
+    /// Like open() and close(), on a thread that the stream owns and joins. The future does not
+    /// wait when it is dropped.
+    std::future<bool> openAsync();
+    std::future<bool> closeAsync();
+
+    /// Every change of state, announced before the hook of the new state runs.
+    Signal<void(const StateChange&)> stateChanged;
+    /// Everything that the stream hands out while it runs, on the worker thread.
+    Signal<void(const std::shared_ptr<Data>&)> output;
+
+private:
+    friend class StreamOperations;
+    friend class StreamWorker;
+
+    bool performOpen();
+    bool performStart();
+    bool performStop();
+    bool performClose();
+    bool performPause();
+    bool performResume();
+    void changeState(State to);
+
+    const std::string streamName;
+    std::atomic<State> currentState{Closed};
+    std::unique_ptr<StreamOperations> operations;
+    std::unique_ptr<StreamWorker> worker;
+};
+
+} // namespace Morvalin
