@@ -1,0 +1,153 @@
+#include "tests/protocol/FakePlatform.h"
+
+#include <algorithm>
+#include <cstring>
+
+FakePlatform fake;
+
+bool FakePlatform::note(const std::string& entry) {
+    log.push_back(entry);
+    const std::string operation = entry.substr(0, entry.find(' '));
+    return std::find(failing.begin(), failing.end(), operation) == failing.end();
+}
+
+std::string FakePlatform::joinedLog() const {
+    std::string joined;
+    for (const std::string& entry : log) {
+        joined += (joined.empty() ? "" : ", ") + entry;
+    }
+    return joined;
+}
+
+void FakePlatform::answer(std::initializer_list<std::string> replies) {
+    for (const std::string& reply : replies) {
+        reads.push_back({reply});
+    }
+}
+
+namespace protocol::platform {
+namespace {
+
+Transfer nextRead(char* buffer, int max) {
+    fake.largestRequest = std::max(fake.largestRequest, max);
+    if (fake.reads.empty()) {
+        return {};
+    }
+    const FakePlatform::Step step = fake.reads.front();
+    fake.reads.pop_front();
+    return {static_cast<int>(step.bytes.copy(buffer, static_cast<std::size_t>(max))), step.fault,
+            step.systemError};
+}
+
+Transfer nextWrite(const char* bytes, int n) {
+    auto [count, fault] = std::pair(n, Transfer::Fault::none);
+    if (!fake.writes.empty()) {
+        count = std::min(fake.writes.front().first, n);
+        fault = fake.writes.front().second;
+        fake.writes.pop_front();
+    }
+    std::string text(bytes, static_cast<std::size_t>(count));
+    std::replace(text.begin(), text.end(), '\r', '~');
+    fake.note("write " + text);
+    return {count, fault};
+}
+
+} // namespace
+
+std::intptr_t openPort(const char* name) {
+    return fake.note("open " + std::string(name)) ? fake.nextPort++ : -1;
+}
+void closePort(std::intptr_t) {
+    fake.note("close");
+}
+
+bool captureState(std::intptr_t port, PortState& state) {
+    std::memcpy(state.bytes, &port, sizeof(port));
+    return fake.note("capture");
+}
+void restoreState(std::intptr_t port, const PortState& state) {
+    const bool isItsOwn = std::memcmp(state.bytes, &port, sizeof(port)) == 0;
+    fake.note(isItsOwn ? "restore" : "restore another port's");
+}
+
+bool setQueueSizes(std::intptr_t, int receiveBytes, int sendBytes) {
+    return fake.note("queues " + std::to_string(receiveBytes) + "/" + std::to_string(sendBytes));
+}
+bool setRaw(std::intptr_t) {
+    return fake.note("raw");
+}
+bool setLine(std::intptr_t, const LineFormat& format) {
+    return fake.note("line " + std::to_string(format.baud) + " " + std::to_string(format.dataBits) +
+                     "NOE"[static_cast<int>(format.parity)] + std::to_string(format.stopBits) +
+                     (format.handshake ? " rts/cts" : ""));
+}
+
+bool getTimeouts(std::intptr_t, PortTimeouts& timeouts) {
+    timeouts = {1, 2};
+    return true;
+}
+bool setTimeouts(std::intptr_t, const PortTimeouts& timeouts) {
+    return fake.note("timeouts " + std::to_string(timeouts.constantMs) + "+" +
+                     std::to_string(timeouts.writeMsPerByte));
+}
+
+Transfer readPort(std::intptr_t, char* buffer, int max) {
+    return nextRead(buffer, max);
+}
+Transfer writePort(std::intptr_t, const char* bytes, int n) {
+    return nextWrite(bytes, n);
+}
+
+void purgePort(std::intptr_t, bool received, bool unsent) {
+    fake.note(std::string("purge ") + (received ? "r" : "") + (unsent ? "t" : ""));
+}
+void clearFault(std::intptr_t) {}
+void setBreak(std::intptr_t, bool on) {
+    fake.note(on ? "break" : "unbreak");
+}
+bool dsrPresent(std::intptr_t) {
+    return fake.hasDsr;
+}
+int assignPort(int, const char*) {
+    return -1;
+}
+
+bool startSockets() {
+    return fake.note("start");
+}
+std::int64_t createSocket() {
+    return fake.note("socket") ? 7 : -1;
+}
+void closeSocket(std::int64_t) {
+    fake.note("close");
+}
+bool setNoDelay(std::int64_t) {
+    return fake.note("nodelay");
+}
+bool resolveHost(const char*, std::uint8_t (&)[4]) {
+    return fake.note("resolve");
+}
+bool connectSocket(std::int64_t, const std::uint8_t (&)[4], std::uint16_t port) {
+    return fake.note("connect " + std::to_string(port));
+}
+void setReceiveTimeout(std::int64_t, int) {}
+Transfer receiveFrom(std::int64_t, char* buffer, int max) {
+    return nextRead(buffer, max);
+}
+int receiveWaiting(std::int64_t, char*, int max) {
+    return fake.note("discard") ? 0 : max;
+}
+Transfer sendTo(std::int64_t, const char* bytes, int n) {
+    return nextWrite(bytes, n);
+}
+
+void sleepMs(int ms) {
+    fake.note("sleep " + std::to_string(ms));
+}
+
+SignalBlock::SignalBlock() : m_before{} {}
+SignalBlock::~SignalBlock() {
+    static_cast<void>(m_before);
+}
+
+} // namespace protocol::platform
