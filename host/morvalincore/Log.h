@@ -16,8 +16,8 @@ class MORVALINCORE_EXPORT Log {
 public:
     enum Level : int { Detail = 1, Information = 2, Warning = 3, Error = 4 };
 
-    /// Receives every accepted message, one call at a time, on the thread that logged it. It must
-    /// not log itself.
+    /// Receives every accepted message, one call at a time, on the thread that logged it. What it
+    /// logs itself is dropped, and so is what it throws; it must not call setSink().
     using Sink =
         std::function<void(int level, const std::string& category, const std::string& text)>;
 
@@ -32,7 +32,8 @@ public:
     static void setLevel(int level) noexcept;
 
     /// Replaces the sink and returns the one before it. Without a sink (an empty function) messages
-    /// go to standard error as "[L] CATEGORY: text". On return no call of the old sink is running.
+    /// go to standard error as "[L] CATEGORY: text", one line each: control characters, line ends
+    /// among them, become blanks. On return no call of the old sink is running.
     static Sink setSink(Sink sink);
 };
 

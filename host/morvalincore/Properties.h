@@ -14,11 +14,11 @@ namespace Morvalin {
 /// A named block of settings: ordered parameters, ordered attributes and ordered sub-blocks.
 ///
 /// Names of blocks may be empty and may repeat; keys of parameters are unique within their block.
-/// A parameter holds text, a 32-bit integer or a boolean and remembers which it was given. One read
-/// from a file is text; asking for an integer or a boolean parses it.
+/// A parameter holds text, a 32-bit integer or a boolean and remembers which it was given. In a
+/// file that a person wrote it is usually plain text; asking for an integer or a boolean parses it.
 ///
-/// A block is used by one thread at a time. References to sub-blocks stay valid until that
-/// sub-block's parent is destroyed, assigned or cleared.
+/// A block is used by one thread at a time. A reference to a sub-block stays valid until its parent
+/// is destroyed, assigned or cleared, or copies another block.
 class MORVALINCORE_EXPORT Properties {
 public:
     using Attributes = std::vector<std::pair<std::string, std::string>>;
@@ -105,6 +105,8 @@ public:
     bool operator==(const Properties& other) const;
 
 private:
+    friend class PropertiesReader;
+
     const Parameter* find(const std::string& key) const;
     Parameter* find(const std::string& key);
     void store(const std::string& key, std::string value, ValueKind kind);

@@ -5,12 +5,35 @@
 #include <boost/signals2/connection.hpp>
 #include <boost/signals2/signal.hpp>
 
+#include <morvalincore/Export.h>
+
 namespace Morvalin {
 
+/// Logs the exception that is being handled as one of a signal's receiver, category "Signal".
+MORVALINCORE_EXPORT void logFailedReceiver() noexcept;
+
+/// Calls every slot of a signal. One that throws is logged and keeps neither the others nor the
+/// emitter from going on.
+struct CallEverySlot {
+    using result_type = void;
+
+    template <class Iterator>
+    void operator()(Iterator slot, Iterator end) const {
+        for (; slot != end; ++slot) {
+            try {
+                *slot;
+            } catch (...) {
+                logFailedReceiver();
+            }
+        }
+    }
+};
+
 /// A typed notification: Signal<void(const Event&)>. Slots may be connected and the signal emitted
-/// on any thread; slots run on the emitting thread, and no lock of the host is held meanwhile.
+/// on any thread; slots run on the emitting thread, and no lock of the host is held meanwhile. What
+/// a slot throws is logged and does not reach the emitter.
 template <class Signature>
-using Signal = boost::signals2::signal<Signature>;
+using Signal = boost::signals2::signal<Signature, CallEverySlot>;
 
 /// Disconnects when destroyed. Disconnecting does not wait for a slot that is already running.
 using SignalConnection = boost::signals2::scoped_connection;

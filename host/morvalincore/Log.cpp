@@ -1,0 +1,79 @@
+#include <morvalincore/Log.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace Morvalin {
+namespace {
+
+struct State {
+    std::atomic<int> level{Log::Information};
+    std::mutex mutex;
+    Log::Sink sink;
+};
+
+/// Never destroyed: static objects and late threads still log while the process ends.
+State& state() {
+    static State& instance = *new State;
+    return instance;
+}
+
+/// A message may hold bytes that a device sent. None of them may end the line and forge another
+/// one, or steer the terminal.
+void blankControlCharacters(std::string& line) {
+    std::replace_if(
+        line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+}
+
+void writeToStandardError(int level, const std::string& category, const std::string& text) {
+    std::string line = "[" + std::to_string(level) + "] " + category + ": " + text;
+    blankControlCharacters(line);
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+thread_local bool isInsideSink = false;
+
+void passToSink(int level, const std::string& category, const std::string& text) {
+    const std::lock_guard lock(state().mutex);
+    if (state().sink)
+        state().sink(level, category, text);
+    else
+        writeToStandardError(level, category, text);
+}
+
+} // namespace
+
+bool Log::isAccepted(int level) noexcept {
+    return level >= Log::level();
+}
+
+void Log::log(int level, const std::string& category, const std::string& text) noexcept {
+    if (!isAccepted(level) || isInsideSink)
+        return;
+    isInsideSink = true;
+    try {
+        passToSink(level, category, text);
+    } catch (...) {
+        // A log that cannot be written must not take down what it reports on.
+    }
+    isInsideSink = false;
+}
+
+int Log::level() noexcept {
+    return state().level.load(std::memory_order_relaxed);
+}
+
+void Log::setLevel(int level) noexcept {
+    state().level.store(level, std::memory_order_relaxed);
+}
+
+Log::Sink Log::setSink(Sink sink) {
+    const std::lock_guard lock(state().mutex);
+    return std::exchange(state().sink, std::move(sink));
+}
+
+} // namespace Morvalin
