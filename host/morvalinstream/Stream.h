@@ -16,37 +16,44 @@
 
 namespace Morvalin {
 
+enum class StreamOperation : int;
 class StreamOperations;
 class StreamWorker;
 
 /// A source of data that is opened, started, stopped and closed.
 ///
 /// Operations and states:
+/// - open:   Closed  -> Opening  -> openImpl()               -> Open, Closed if it fails
+/// - start:  Open    -> Starting -> startImpl()              -> Running, Open if it fails
+/// - stop:   Running -> Stopping -> worker ends, stopImpl()  -> Open, also if it fails
+/// - close:  Open    -> Closing  -> closeImpl()              -> Closed, also if it fails
+/// - pause:  Running -> Pausing  -> worker rests, pauseImpl() -> Paused, Running if it fails
+/// - resume: Paused  -> Resuming -> resumeImpl()             -> Running, Paused if it fails
 ///
-///     open    Closed  -> Opening  openImpl()   -> Open      (Closed if it fails; closeImpl() is
-///     not called) start   Open    -> Starting startImpl()  -> Running   (Open if it fails), then
-///     the worker begins stop    Running -> Stopping worker ends, stopImpl() -> Open close   Open
-///     -> Closing  closeImpl()  -> Closed    (a running stream is stopped first) pause   Running ->
-///     Pausing  pauseImpl()  -> Paused    only where supportsPausing() resume  Paused  -> Resuming
-///     resumeImpl() -> Running
+/// stop() works from Paused too, and close() stops a stream that is Running or Paused first. The
+/// worker begins only in state Running. pause() and resume() need supportsPausing().
 ///
-/// An operation that is already done returns true and calls no hook: open() from Open to Stopping,
-/// start() when Starting or Running, stop() when Open or Closed, close() when Closed. start() on a
-/// closed stream returns false. A hook that returns false or throws has failed; nothing a hook or
-/// doWork() throws leaves the stream.
+/// Results: an operation returns what its hook returned; a hook that throws has failed, with a log
+/// line, and nothing that a hook or doWork() throws leaves the stream. An operation whose end is
+/// already reached returns true and calls no hook: open() from Open to Stopping, start() when
+/// Running, stop() when Open or Closed, close() when Closed, pause() when Paused, resume() when
+/// Running. One that the state does not allow returns false, such as start() on a closed stream.
 ///
 /// Threads: operations may be called from any thread. One runs at a time, the others wait in the
 /// order in which they came. Asked from a slot or hook on the thread that runs an operation, or
-/// from the worker itself, an operation is queued behind and the call returns true at once instead
-/// of waiting for itself.
+/// from the worker itself, an operation is queued for a thread of the stream and the call returns
+/// true at once instead of waiting for itself.
 ///
 /// While a stream runs, its worker thread calls doWork() again and again, never at the same time as
 /// a hook. State changes are announced, and data is handed out, with no lock of the stream held.
 /// Receivers may run on any thread and must not block on the GUI thread.
 ///
-/// A class that implements the hooks calls close() first in its destructor, while they still exist,
-/// and nobody may call an operation after that. close() cancels the operations that are queued
-/// (their result is false), waits for the one that runs, and ends the worker.
+/// Closing: close() and closeAsync() cancel the operations that are queued, except for other
+/// closes; their result is false. close() waits for the one that runs and ends the worker.
+///
+/// Destruction: a class that implements the hooks calls close() first in its destructor, while they
+/// still exist, and nobody may call an operation after that, slots of stateChanged included. A
+/// stream is not destroyed from one of its own slots, hooks or doWork().
 class MORVALINSTREAM_EXPORT Stream : public Data, public Configurable {
 public:
     enum State : int {
@@ -88,7 +95,9 @@ public:
     bool isStateOneOf(std::initializer_list<State> states) const;
 
     virtual ThreadingMode threadingMode() const;
+    /// True by default: openAsync() and closeAsync() are worth offering.
     virtual bool supportsAsyncOperation() const;
+    /// False by default: pause() and resume() are refused.
     virtual bool supportsPausing() const;
     /// Puts a stream that has gone wrong back into its first condition; does nothing by default.
     virtual void reset();
@@ -108,9 +117,10 @@ protected:
     virtual bool pauseImpl();
     virtual bool resumeImpl();
     virtual bool workerThreadRequiresOpenGl() const;
-    /// One step of work on the worker thread, in state Running. An empty result ends the worker
-    /// with a log line, as does an exception.
+    /// One step of work on the worker thread, begun in state Running. An empty result ends the
+    /// worker with a log line, as does an exception; the stream stays Running until it is stopped.
     virtual std::optional<WorkContinuation> doWork() = 0;
+    /// True when doWork() goes on in state Paused; false by default.
     virtual bool worksWhilePaused() const;
 
 public:
@@ -135,6 +145,7 @@ private:
     friend class StreamOperations;
     friend class StreamWorker;
 
+    bool perform(StreamOperation operation);
     bool performOpen();
     bool performStart();
     bool performStop();
@@ -145,8 +156,8 @@ private:
 
     const std::string streamName;
     std::atomic<State> currentState{Closed};
-    std::unique_ptr<StreamOperations> operations;
     std::unique_ptr<StreamWorker> worker;
+    std::unique_ptr<StreamOperations> operations;
 };
 
 } // namespace Morvalin

@@ -41,8 +41,8 @@ public:
     Signal<void()> instrumentsChanged;
 
 protected:
-    /// For the constructor of a derived class only.
-    void setInstruments(std::shared_ptr<ThreadSafeInstrumentsBase> registry);
+    /// For the constructor of a derived class only. Null stands for a registry that holds nothing.
+    void setInstruments(std::shared_ptr<ThreadSafeInstrumentsBase> instrumentRegistry);
 
     /// Emits the signal of every flag in a set of InstrumentModification flags; 0 emits nothing.
     void emitSignals(std::uint32_t flags);

@@ -18,6 +18,7 @@ public:
     std::string kind() const override;
     std::string describe() const override;
 
+    /// Takes ownership; null adds nothing.
     void addComponent(std::unique_ptr<Data> component);
     const std::vector<std::unique_ptr<Data>>& components() const { return parts; }
 

@@ -1,0 +1,7 @@
+#include <morvalinstream/ThreadSafeInstrumentsBase.h>
+
+namespace Morvalin {
+
+ThreadSafeInstrumentsBase::~ThreadSafeInstrumentsBase() = default;
+
+} // namespace Morvalin

@@ -1,0 +1,95 @@
+#include <morvalinstream/TrackingStream.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "EmptyInstruments.h"
+
+namespace Morvalin {
+namespace {
+
+std::int64_t millisecondsNow() {
+    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count();
+}
+
+std::int64_t newestTimestamp(const std::vector<TrackingInstrument>& instruments) {
+    const auto newest =
+        std::max_element(instruments.begin(), instruments.end(),
+                         [](const TrackingInstrument& a, const TrackingInstrument& b) {
+                             return a.timestamp < b.timestamp;
+                         });
+    return newest == instruments.end() ? 0 : newest->timestamp;
+}
+
+bool contains(const std::vector<TrackingInstrument>& instruments, const std::string& id) {
+    return std::any_of(
+        instruments.begin(), instruments.end(),
+        [&](const TrackingInstrument& instrument) { return instrument.trackerId.ID == id; });
+}
+
+} // namespace
+
+TrackingStream::TrackingStream(std::string name) :
+    Stream(std::move(name)), registry(std::make_shared<EmptyInstruments>()) {}
+
+TrackingStream::~TrackingStream() = default;
+
+std::vector<std::string> TrackingStream::devices() const {
+    return {name()};
+}
+
+std::shared_ptr<ThreadSafeInstrumentsBase> TrackingStream::instruments() const {
+    return registry;
+}
+
+std::vector<TrackingInstrument> TrackingStream::activeInstruments() const {
+    std::vector<TrackingInstrument> active = registry->instruments();
+    std::erase_if(active, [](const TrackingInstrument& instrument) { return !instrument.active; });
+    return active;
+}
+
+std::size_t TrackingStream::numInstruments() const {
+    return registry->size();
+}
+
+bool TrackingStream::supportsMainInstrumentSelection() const {
+    return true;
+}
+
+bool TrackingStream::supportsInstrumentRenaming() const {
+    return false;
+}
+
+void TrackingStream::setInstruments(std::shared_ptr<ThreadSafeInstrumentsBase> instrumentRegistry) {
+    if (instrumentRegistry)
+        registry = std::move(instrumentRegistry);
+    else
+        registry = std::make_shared<EmptyInstruments>();
+}
+
+void TrackingStream::emitSignals(std::uint32_t flags) {
+    if (flags & InstrumentModification::Instruments)
+        instrumentsChanged();
+    if (flags & InstrumentModification::MainInstrument)
+        mainInstrumentChanged();
+    if (flags & InstrumentModification::Data)
+        instrumentDataChanged();
+}
+
+std::unique_ptr<TrackingStreamData> TrackingStream::createTrackingStreamData() const {
+    auto frame = std::make_unique<TrackingStreamData>();
+    frame->streamName = name();
+    frame->instruments = registry->instruments();
+    frame->mainId = registry->mainId();
+    // The registry may have changed between the two questions; a frame agrees with itself.
+    if (!contains(frame->instruments, frame->mainId))
+        frame->mainId.clear();
+    frame->timestamp = newestTimestamp(frame->instruments);
+    if (frame->timestamp == 0)
+        frame->timestamp = millisecondsNow();
+    return frame;
+}
+
+} // namespace Morvalin
