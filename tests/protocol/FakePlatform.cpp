@@ -6,58 +6,46 @@
 FakePlatform fake;
 
 bool FakePlatform::note(const std::string& entry) {
-    log.push_back(entry);
-    const std::string operation = entry.substr(0, entry.find(' '));
-    return std::find(failing.begin(), failing.end(), operation) == failing.end();
-}
-
-std::string FakePlatform::joinedLog() const {
-    std::string joined;
-    for (const std::string& entry : log) {
-        joined += (joined.empty() ? "" : ", ") + entry;
-    }
-    return joined;
-}
-
-void FakePlatform::answer(std::initializer_list<std::string> replies) {
-    for (const std::string& reply : replies) {
-        reads.push_back({reply});
-    }
+    log += (log.empty() ? "" : ", ") + entry;
+    return entry.substr(0, entry.find(' ')) != failing;
 }
 
 namespace protocol::platform {
 namespace {
 
 Transfer nextRead(char* buffer, int max) {
-    fake.largestRequest = std::max(fake.largestRequest, max);
+    fake.largestRead = std::max(fake.largestRead, max);
     if (fake.reads.empty()) {
         return {};
     }
-    const FakePlatform::Step step = fake.reads.front();
+    const FakePlatform::Read read = fake.reads.front();
     fake.reads.pop_front();
-    return {static_cast<int>(step.bytes.copy(buffer, static_cast<std::size_t>(max))), step.fault,
-            step.systemError};
+    return {static_cast<int>(read.bytes.copy(buffer, static_cast<std::size_t>(max))), read.fault,
+            read.systemError};
 }
 
 Transfer nextWrite(const char* bytes, int n) {
-    auto [count, fault] = std::pair(n, Transfer::Fault::none);
+    FakePlatform::Write write = {n, Transfer::Fault::none};
     if (!fake.writes.empty()) {
-        count = std::min(fake.writes.front().first, n);
-        fault = fake.writes.front().second;
+        write = fake.writes.front();
         fake.writes.pop_front();
     }
+    const int count = std::min(write.first, n);
     std::string text(bytes, static_cast<std::size_t>(count));
     std::replace(text.begin(), text.end(), '\r', '~');
     fake.note("write " + text);
-    return {count, fault};
+    return {count, write.second};
 }
 
 } // namespace
 
-std::intptr_t openPort(const char* name) {
-    return fake.note("open " + std::string(name)) ? fake.nextPort++ : -1;
+std::intptr_t openPort(const char*) {
+    return fake.note("open") ? fake.nextPort++ : -1;
 }
 void closePort(std::intptr_t) {
+    fake.note("close");
+}
+void closeSocket(std::int64_t) {
     fake.note("close");
 }
 
@@ -70,8 +58,8 @@ void restoreState(std::intptr_t port, const PortState& state) {
     fake.note(isItsOwn ? "restore" : "restore another port's");
 }
 
-bool setQueueSizes(std::intptr_t, int receiveBytes, int sendBytes) {
-    return fake.note("queues " + std::to_string(receiveBytes) + "/" + std::to_string(sendBytes));
+bool setQueueSizes(std::intptr_t, int in, int out) {
+    return fake.note("queues " + std::to_string(in + out));
 }
 bool setRaw(std::intptr_t) {
     return fake.note("raw");
@@ -81,7 +69,6 @@ bool setLine(std::intptr_t, const LineFormat& format) {
                      "NOE"[static_cast<int>(format.parity)] + std::to_string(format.stopBits) +
                      (format.handshake ? " rts/cts" : ""));
 }
-
 bool getTimeouts(std::intptr_t, PortTimeouts& timeouts) {
     timeouts = {1, 2};
     return true;
@@ -90,14 +77,6 @@ bool setTimeouts(std::intptr_t, const PortTimeouts& timeouts) {
     return fake.note("timeouts " + std::to_string(timeouts.constantMs) + "+" +
                      std::to_string(timeouts.writeMsPerByte));
 }
-
-Transfer readPort(std::intptr_t, char* buffer, int max) {
-    return nextRead(buffer, max);
-}
-Transfer writePort(std::intptr_t, const char* bytes, int n) {
-    return nextWrite(bytes, n);
-}
-
 void purgePort(std::intptr_t, bool received, bool unsent) {
     fake.note(std::string("purge ") + (received ? "r" : "") + (unsent ? "t" : ""));
 }
@@ -118,33 +97,36 @@ bool startSockets() {
 std::int64_t createSocket() {
     return fake.note("socket") ? 7 : -1;
 }
-void closeSocket(std::int64_t) {
-    fake.note("close");
-}
 bool setNoDelay(std::int64_t) {
     return fake.note("nodelay");
 }
 bool resolveHost(const char*, std::uint8_t (&)[4]) {
     return fake.note("resolve");
 }
-bool connectSocket(std::int64_t, const std::uint8_t (&)[4], std::uint16_t port) {
-    return fake.note("connect " + std::to_string(port));
+bool connectSocket(std::int64_t, const std::uint8_t (&)[4], std::uint16_t) {
+    return fake.note("connect");
 }
 void setReceiveTimeout(std::int64_t, int) {}
+
+Transfer readPort(std::intptr_t, char* buffer, int max) {
+    return nextRead(buffer, max);
+}
+Transfer writePort(std::intptr_t, const char* bytes, int n) {
+    return nextWrite(bytes, n);
+}
 Transfer receiveFrom(std::int64_t, char* buffer, int max) {
     return nextRead(buffer, max);
 }
-int receiveWaiting(std::int64_t, char*, int max) {
-    return fake.note("discard") ? 0 : max;
-}
 Transfer sendTo(std::int64_t, const char* bytes, int n) {
     return nextWrite(bytes, n);
+}
+int receiveWaiting(std::int64_t, char*, int max) {
+    return fake.note("discard") ? 0 : max;
 }
 
 void sleepMs(int ms) {
     fake.note("sleep " + std::to_string(ms));
 }
-
 SignalBlock::SignalBlock() : m_before{} {}
 SignalBlock::~SignalBlock() {
     static_cast<void>(m_before);

@@ -6,37 +6,28 @@
 #include <string>
 #include <vector>
 
-// The operating system as a test wants it: one serial port and one socket that do as they are told
-// and write down what was asked of them. Sleeping takes no time.
+// The operating system as a test wants it: serial ports and a socket that do as they are told and
+// write down what was asked of them. Sleeping takes no time. Begins afresh with fake = {}.
 struct FakePlatform {
     using Fault = protocol::platform::Transfer::Fault;
 
-    // The outcome of one read or write, in order. Reads without an entry time out, writes without
-    // one take everything.
-    struct Step {
+    struct Read {
         std::string bytes;
         Fault fault = Fault::none;
         std::int32_t systemError = 0;
     };
-    std::deque<Step> reads;
-    std::deque<std::pair<int, Fault>> writes;
+    using Write = std::pair<int, Fault>; // how many bytes it takes at most
 
-    // Operations that fail, by the first word of their log entry.
-    std::vector<std::string> failing;
-
+    std::deque<Read> reads;   // in order; then every read times out
+    std::deque<Write> writes; // in order; then every write takes everything
+    std::string failing;      // the operation that fails: the first word of its log entry
     bool hasDsr = true;
     std::intptr_t nextPort = 100;
-    int largestRequest = 0;
+    int largestRead = 0;
+    std::string log; // what was asked, in order
 
-    // What was asked, in order.
-    std::vector<std::string> log;
-
+    // False when it is to fail.
     bool note(const std::string& entry);
-    std::string joinedLog() const;
-
-    // Queues one read a reply.
-    void answer(std::initializer_list<std::string> replies);
 };
 
-// The one that the library runs on; begins afresh with each.
 extern FakePlatform fake;

@@ -1,17 +1,19 @@
 #include "tests/protocol/ScriptedPeer.h"
 
+#include "protocol/platform/platform.h"
+
 #include <arpa/inet.h>
-#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <termios.h>
 #include <unistd.h>
 
 namespace {
+
+constexpr int kLookMs = 10; // how often the thread looks whether it is to stop
 
 void require(bool holds, const char* what) {
     if (!holds) {
@@ -19,42 +21,44 @@ void require(bool holds, const char* what) {
     }
 }
 
-void writeAll(int descriptor, const std::string& bytes) {
-    std::size_t sent = 0;
-    while (sent < bytes.size()) {
-        const ssize_t n = write(descriptor, bytes.data() + sent, bytes.size() - sent);
-        if (n < 0) {
-            return; // the other side has gone; tests see that from there
-        }
-        sent += static_cast<std::size_t>(n);
-    }
-}
-
 } // namespace
 
-ScriptedPeer::ScriptedPeer(Script script) : m_script(std::move(script)) {
-    require(pipe(m_stopPipe) == 0, "pipe");
+ScriptedPeer::ScriptedPeer(Kind kind, Script script) : m_script(std::move(script)) {
+    kind == Kind::tcp ? listenLocally() : openTerminal();
+    const protocol::platform::SignalBlock noSignals; // they are for the thread under test
+    m_thread = std::thread([this] { run(); });
 }
 
 ScriptedPeer::~ScriptedPeer() {
-    close(m_stopPipe[0]);
-    close(m_stopPipe[1]);
+    unplug();
 }
 
-void ScriptedPeer::start() {
-    // The test's signals are for the test's threads.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &before);
-    m_thread = std::thread([this] { run(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+void ScriptedPeer::listenLocally() {
+    m_other = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* generic = reinterpret_cast<sockaddr*>(&address);
+    require(bind(m_other, generic, sizeof(address)) == 0 && listen(m_other, 4) == 0, "listen");
+    socklen_t size = sizeof(address);
+    getsockname(m_other, generic, &size);
+    m_port = ntohs(address.sin_port);
 }
 
-void ScriptedPeer::stop() {
-    writeAll(m_stopPipe[1], "x");
+void ScriptedPeer::openTerminal() {
+    m_descriptor = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    require(grantpt(m_descriptor) == 0 && unlockpt(m_descriptor) == 0, "openpt");
+    m_path = ptsname(m_descriptor);
+    m_other = open(m_path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    require(m_other >= 0, "open slave");
+}
+
+void ScriptedPeer::unplug() {
+    m_stops = true;
     if (m_thread.joinable()) {
         m_thread.join();
+        close(m_other);
+        close(m_descriptor);
     }
 }
 
@@ -72,39 +76,51 @@ std::vector<std::string> ScriptedPeer::commands() const {
     return m_commands;
 }
 
+// What cannot be sent is lost: the other side has gone, and tests see that from there.
 void ScriptedPeer::send(const std::string& bytes) {
-    writeAll(m_descriptor, bytes);
-}
-
-bool ScriptedPeer::waitReadable(int descriptor, int stopDescriptor) {
-    pollfd waiting[] = {{descriptor, POLLIN, 0}, {stopDescriptor, POLLIN, 0}};
-    poll(waiting, 2, -1);
-    return waiting[1].revents == 0;
+    std::size_t sent = 0;
+    ssize_t n = 0;
+    while (sent < bytes.size() && n >= 0) {
+        n = write(m_descriptor, bytes.data() + sent, bytes.size() - sent);
+        sent += n > 0 ? static_cast<std::size_t>(n) : 0;
+    }
 }
 
 void ScriptedPeer::run() {
-    while (connect(m_stopPipe[0])) {
-        converse();
+    while (!m_stops) {
+        const bool isConnected = m_descriptor >= 0;
+        pollfd waiting = {isConnected ? m_descriptor.load() : m_other, POLLIN, 0};
+        if (poll(&waiting, 1, kLookMs) <= 0) {
+            continue;
+        }
+        if (!isConnected) {
+            m_descriptor = accept4(m_other, nullptr, nullptr, SOCK_CLOEXEC);
+            const int on = 1;
+            setsockopt(m_descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+        } else if (!serve()) {
+            close(m_descriptor);
+            m_descriptor = -1;
+            m_received.clear();
+        }
     }
 }
 
-void ScriptedPeer::converse() {
-    std::string received;
-    while (waitReadable(m_descriptor, m_stopPipe[0])) {
-        char chunk[4096];
-        const ssize_t n = read(m_descriptor, chunk, sizeof(chunk));
-        if (n <= 0) {
-            return;
-        }
-        received.append(chunk, static_cast<std::size_t>(n));
-        for (std::size_t end; (end = received.find('\r')) != std::string::npos;) {
-            const std::string command = received.substr(0, end + 1);
-            received.erase(0, end + 1);
-            if (!answer(command)) {
-                return;
-            }
+// False when the connection is at its end.
+bool ScriptedPeer::serve() {
+    char chunk[4096];
+    const ssize_t n = read(m_descriptor, chunk, sizeof(chunk));
+    if (n <= 0) {
+        return false;
+    }
+    m_received.append(chunk, static_cast<std::size_t>(n));
+    for (std::size_t end; (end = m_received.find('\r')) != std::string::npos;) {
+        const std::string command = m_received.substr(0, end + 1);
+        m_received.erase(0, end + 1);
+        if (!answer(command)) {
+            return false;
         }
     }
+    return true;
 }
 
 bool ScriptedPeer::answer(const std::string& command) {
@@ -115,74 +131,7 @@ bool ScriptedPeer::answer(const std::string& command) {
         answer = m_script(command);
     }
     for (const std::string& chunk : answer.chunks) {
-        writeAll(m_descriptor, chunk);
-        if (answer.chunks.size() > 1) {
-            std::this_thread::yield();
-        }
+        send(chunk);
     }
     return !answer.hangsUp;
-}
-
-TcpPeer::TcpPeer(Script script) : ScriptedPeer(std::move(script)) {
-    m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    require(bind(m_listener, generic, sizeof(address)) == 0, "bind");
-    require(listen(m_listener, 4) == 0, "listen");
-    socklen_t size = sizeof(address);
-    getsockname(m_listener, generic, &size);
-    m_port = ntohs(address.sin_port);
-    start();
-}
-
-TcpPeer::~TcpPeer() {
-    stop();
-    close(m_listener);
-    if (descriptor() >= 0) {
-        close(descriptor());
-    }
-}
-
-bool TcpPeer::connect(int stopDescriptor) {
-    if (descriptor() >= 0) {
-        close(descriptor());
-        setDescriptor(-1);
-    }
-    if (!waitReadable(m_listener, stopDescriptor)) {
-        return false;
-    }
-    const int accepted = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-    const int on = 1;
-    setsockopt(accepted, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-    setDescriptor(accepted);
-    return true;
-}
-
-PtyPeer::PtyPeer(Script script) :
-    ScriptedPeer(std::move(script)), m_master(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
-    require(m_master >= 0 && grantpt(m_master) == 0 && unlockpt(m_master) == 0, "openpt");
-    m_path = ptsname(m_master);
-    m_slave = open(m_path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    require(m_slave >= 0, "open slave");
-    setDescriptor(m_master);
-    start();
-}
-
-PtyPeer::~PtyPeer() {
-    if (m_master >= 0) {
-        unplug();
-    }
-}
-
-void PtyPeer::unplug() {
-    stop();
-    close(m_slave);
-    close(m_master);
-    m_master = -1;
-}
-
-bool PtyPeer::connect(int stopDescriptor) {
-    return waitReadable(m_master, stopDescriptor);
 }

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -14,174 +14,153 @@ using Answer = ScriptedPeer::Answer;
 namespace {
 
 // A device that numbers its frames and answers everything else with OKAY.
-class Tracker {
-public:
-    Answer operator()(const std::string& command) {
-        if (command.rfind("TX:8", 0) == 0) {
-            return wire::text("ERROR0C");
-        }
-        if (command.rfind("TX", 0) == 0) {
-            return wire::text("010AMISSING00000031" + wire::hex(++m_frame, 8) + "\n0000");
-        }
-        if (command.rfind("BX", 0) == 0) {
-            return wire::binary("\x01\x0A\x02" + wire::le32(0x31) + wire::le32(++m_frame) +
-                                wire::le16(0));
-        }
-        return wire::text("OKAY");
+Answer track(const std::string& command) {
+    static std::atomic<unsigned> frame;
+    if (command.starts_with("TX")) {
+        return wire::text("010AMISSING00000031" + wire::hex(++frame, 8) + "\n0000");
+    }
+    if (command.starts_with("BX")) {
+        return wire::binary("\x01\x0A\x02" + wire::le32(0x31) + wire::le32(++frame) +
+                            wire::le16(0));
+    }
+    return wire::text("OKAY");
+}
+
+class ThreadMode : public testing::Test {
+protected:
+    void SetUp() override {
+        device.reset(deviceOpenNetwork("127.0.0.1", peer.port()));
+        ASSERT_TRUE(device);
+        deviceSetNetworkTimeout(device.get(), 20000);
     }
 
-private:
-    unsigned m_frame = 0;
-};
+    std::int32_t errorOf(const char* command) {
+        deviceCommand(device.get(), "%s", command);
+        return deviceGetError(device.get());
+    }
 
-DevicePtr connectTo(const TcpPeer& peer) {
-    DevicePtr device(deviceOpenNetwork("127.0.0.1", peer.port()));
-    deviceSetNetworkTimeout(device.get(), 20000);
-    return device;
-}
+    ScriptedPeer peer{ScriptedPeer::Kind::tcp, track};
+    RecordPtr device;
+};
 
 } // namespace
 
-TEST(ThreadMode, TrackingCommandsTakeTheNewestReply) {
-    TcpPeer peer{Tracker()};
-    const DevicePtr device = connectTo(peer);
+TEST_F(ThreadMode, TrackingCommandsTakeTheNewestReply) {
     deviceSetThreadMode(device.get(), true);
-    EXPECT_TRUE(deviceGetThreadMode(device.get()));
     deviceSetThreadMode(device.get(), true); // twice is once
-
+    EXPECT_TRUE(deviceGetThreadMode(device.get()));
     for (int round = 0; round < 3; ++round) {
-        EXPECT_STREQ(deviceCommand(device.get(), "INIT:"), "OKAY");
-        EXPECT_STREQ(deviceCommand(device.get(), "TSTART:"), "OKAY");
+        EXPECT_EQ(errorOf("INIT:"), 0);
+        EXPECT_EQ(errorOf("TSTART:"), 0);
         std::uint32_t last = 0;
         for (int i = 0; i < 30; ++i) {
-            deviceCommand(device.get(), "TX:%04X", i < 15 ? 0x0001u : 0x1001u);
-            ASSERT_EQ(deviceGetError(device.get()), 0);
+            ASSERT_EQ(errorOf(i < 15 ? "TX:0001" : "TX:1001"), 0);
             const std::uint32_t frame = deviceTxFrameNumber(device.get(), 0x0A);
             EXPECT_GT(frame, last);
             last = frame;
         }
-        // A command in between pauses the thread, the error path of it included.
-        EXPECT_STREQ(deviceCommand(device.get(), "PINIT:01"), "OKAY");
-        EXPECT_STREQ(deviceCommand(device.get(), "TSTART:"), "OKAY");
-        deviceCommand(device.get(), "TX:0001");
-        EXPECT_EQ(deviceGetError(device.get()), 0);
-        EXPECT_STREQ(deviceCommand(device.get(), "TSTOP:"), "OKAY");
+        EXPECT_EQ(errorOf("PINIT:01"), 0); // pauses the thread
+        EXPECT_EQ(errorOf("TSTART:"), 0);
+        EXPECT_EQ(errorOf("TX:0001"), 0);
+        EXPECT_EQ(errorOf(round == 0 ? "INIT:" : "TSTOP:"), 0);
         const std::size_t before = peer.commands().size();
-        EXPECT_STREQ(deviceCommand(device.get(), "PHSR:00"), "OKAY");
+        EXPECT_EQ(errorOf("PHSR:00"), 0);
         EXPECT_EQ(peer.commands().size(), before + 1); // the thread is silent now
     }
     deviceSetThreadMode(device.get(), false);
     deviceSetThreadMode(device.get(), false);
     EXPECT_FALSE(deviceGetThreadMode(device.get()));
-    deviceCommand(device.get(), "TX:0001");
-    EXPECT_EQ(deviceGetError(device.get()), 0);
+    EXPECT_EQ(errorOf("TX:0001"), 0);
 }
 
-TEST(ThreadMode, SwitchedAndClosedInEveryState) {
-    TcpPeer peer{Tracker()};
-    for (int state = 0; state < 8; ++state) {
-        const DevicePtr device = connectTo(peer);
-        if ((state & 1) != 0) {
-            deviceCommand(device.get(), "TSTART:");
-        }
+TEST_F(ThreadMode, SwitchedAndClosedInEveryState) {
+    for (int state = 0; state < 16; ++state) {
+        SetUp();
+        const bool tracks = (state & 1) != 0;
+        EXPECT_EQ(errorOf(tracks ? "TSTART:" : "TSTOP:"), 0);
         deviceSetThreadMode(device.get(), true);
         if ((state & 2) != 0) {
-            deviceCommand(device.get(), (state & 1) != 0 ? "TSTOP:" : "TSTART:");
+            EXPECT_EQ(errorOf(tracks ? "TSTOP:" : "TSTART:"), 0);
         }
-        deviceCommand(device.get(), "TX:0001");
-        EXPECT_EQ(deviceGetError(device.get()), 0) << state;
-        if ((state & 4) != 0) {
+        if ((state & 4) != 0) { // a command that fails gives back what it took
+            peer.alwaysAnswer(wire::text("ERROR01"));
+            EXPECT_EQ(errorOf("PINIT:01"), 0x01);
+            peer.setScript(track);
+        }
+        EXPECT_EQ(errorOf("TX:0001"), 0) << state;
+        if ((state & 8) != 0) {
             deviceSetThreadMode(device.get(), false);
-            deviceCommand(device.get(), "TX:0001");
-            EXPECT_EQ(deviceGetError(device.get()), 0) << state;
+            EXPECT_EQ(errorOf("TX:0001"), 0) << state;
         }
     }
 }
 
-TEST(ThreadMode, ReaderDoesNotStarveOtherCommands) {
-    TcpPeer peer{Tracker()};
-    const DevicePtr device = connectTo(peer);
+TEST_F(ThreadMode, ReaderDoesNotStarveOtherCommands) {
     deviceSetThreadMode(device.get(), true);
-    deviceCommand(device.get(), "TSTART:");
-    deviceCommand(device.get(), "TX:0001");
+    EXPECT_EQ(errorOf("TSTART:"), 0);
+    EXPECT_EQ(errorOf("TX:0001"), 0);
     for (int i = 0; i < 101; ++i) {
-        EXPECT_STREQ(deviceCommand(device.get(), "PINIT:01"), "OKAY");
+        EXPECT_EQ(errorOf("PINIT:01"), 0);
     }
     // Exchanges of the thread between two such commands; single ones suffer from a busy machine.
     std::vector<int> between;
     int exchanges = 0;
     for (const std::string& command : peer.commands()) {
-        if (command.rfind("PINIT", 0) == 0) {
+        ++exchanges;
+        if (command.starts_with("PINIT")) {
             between.push_back(std::exchange(exchanges, 0));
-        } else {
-            ++exchanges;
         }
     }
     std::nth_element(between.begin(), between.begin() + 50, between.end());
-    EXPECT_LE(between[50], 3);
+    EXPECT_LE(between[50], 4);
 }
 
-TEST(ThreadMode, BinaryRepliesEndAtTheirFirstZero) {
-    TcpPeer peer{Tracker()};
-    const DevicePtr device = connectTo(peer);
+TEST_F(ThreadMode, BinaryRepliesEndAtTheirFirstZero) {
     deviceSetThreadMode(device.get(), true);
-    deviceCommand(device.get(), "TSTART:");
-    deviceCommand(device.get(), "BX:0001");
-    EXPECT_EQ(deviceGetError(device.get()), 0x100);
+    EXPECT_EQ(errorOf("TSTART:"), 0);
+    EXPECT_EQ(errorOf("BX:0001"), 0x100);
     EXPECT_EQ(device->BxHandleCount, 0);
 }
 
-TEST(ThreadMode, AnErrorEndsTheThreadAndIsReportedOnce) {
-    Tracker tracker;
-    std::atomic<bool> isWell = true;
-    PtyPeer peer([&](const std::string& command) {
-        return isWell || command.rfind("TX", 0) != 0 ? tracker(command) : Answer("ERROR0C\r");
-    });
-    DevicePtr device(deviceOpenSerial(peer.path()));
+TEST_F(ThreadMode, AnErrorEndsTheThreadAndIsReportedOnce) {
+    ScriptedPeer line(ScriptedPeer::Kind::pty, track);
+    device.reset(deviceOpenSerial(line.path()));
     ASSERT_TRUE(device);
-    const std::thread::id here = std::this_thread::get_id();
     static std::atomic<int> foreignCalls;
-    foreignCalls = 0;
-    deviceSetErrorCallback(
-        device.get(),
-        [](std::int32_t, const char*, void* thread) {
-            foreignCalls +=
-                std::this_thread::get_id() == *static_cast<std::thread::id*>(thread) ? 0 : 1;
-        },
-        const_cast<std::thread::id*>(&here));
+    static std::thread::id here;
+    here = std::this_thread::get_id();
+    const auto callback = [](std::int32_t, const char*, void*) {
+        foreignCalls += std::this_thread::get_id() == here ? 0 : 1;
+    };
+    deviceSetErrorCallback(device.get(), callback, nullptr);
     deviceSetThreadMode(device.get(), true);
-    deviceCommand(device.get(), "TSTART:");
-    deviceCommand(device.get(), "TX:0001");
-    EXPECT_EQ(deviceGetError(device.get()), 0);
-    isWell = false;
-    int replies = 0;
-    while (deviceGetError(device.get()) == 0 && replies < 1000) {
-        deviceCommand(device.get(), "TX:0001");
-        ++replies;
+    EXPECT_EQ(errorOf("TSTART:"), 0);
+    EXPECT_EQ(errorOf("TX:0001"), 0);
+    line.setScript([](const std::string& command) {
+        return command.starts_with("TX") ? Answer("ERROR0C\r") : track(command);
+    });
+    std::int32_t error = 0;
+    for (int i = 0; i < 1000 && error == 0; ++i) {
+        error = errorOf("TX:0001");
     }
-    EXPECT_EQ(deviceGetError(device.get()), 0x0C);
-    deviceCommand(device.get(), "TX:0001");
-    EXPECT_EQ(deviceGetError(device.get()), 0x400);
+    EXPECT_EQ(error, 0x0C);
+    EXPECT_EQ(errorOf("TX:0001"), 0x400);
     // Other commands still work, and switching off and on brings the thread back.
-    isWell = true;
-    EXPECT_STREQ(deviceCommand(device.get(), "TSTOP:"), "OKAY");
+    line.setScript(track);
+    EXPECT_EQ(errorOf("TSTOP:"), 0);
     deviceSetThreadMode(device.get(), false);
     deviceSetThreadMode(device.get(), true);
-    deviceCommand(device.get(), "TSTART:");
-    deviceCommand(device.get(), "TX:0001");
-    EXPECT_EQ(deviceGetError(device.get()), 0);
+    EXPECT_EQ(errorOf("TSTART:"), 0);
+    EXPECT_EQ(errorOf("TX:0001"), 0);
     EXPECT_EQ(foreignCalls, 0);
 }
 
-TEST(ThreadMode, ReaderLeavesSignalsToTheProgram) {
+TEST_F(ThreadMode, ReaderLeavesSignalsToTheProgram) {
     static std::atomic<bool> isTaken;
-    isTaken = false;
     signal(SIGINT, [](int) { isTaken = true; });
-    TcpPeer peer{Tracker()};
-    const DevicePtr device = connectTo(peer);
     deviceSetThreadMode(device.get(), true);
-    deviceCommand(device.get(), "TSTART:");
-    deviceCommand(device.get(), "TX:0001");
+    EXPECT_EQ(errorOf("TSTART:"), 0);
+    EXPECT_EQ(errorOf("TX:0001"), 0);
     // With the main thread deaf, only the reader could take it.
     sigset_t interrupt;
     sigemptyset(&interrupt);
@@ -189,8 +168,7 @@ TEST(ThreadMode, ReaderLeavesSignalsToTheProgram) {
     pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);
     kill(getpid(), SIGINT);
     for (int i = 0; i < 20; ++i) {
-        deviceCommand(device.get(), "TX:0001");
-        EXPECT_EQ(deviceGetError(device.get()), 0);
+        EXPECT_EQ(errorOf("TX:0001"), 0);
     }
     EXPECT_FALSE(isTaken);
     pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);

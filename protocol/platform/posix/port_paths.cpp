@@ -1,7 +1,7 @@
 #include "protocol/platform/posix/port_paths.h"
 
-#include "protocol/device.h"
 #include "protocol/platform/platform.h"
+#include "protocol/port_names.h"
 
 #include <array>
 #include <cstring>
@@ -34,7 +34,7 @@ std::string portPath(const char* name) {
         return name;
     }
     for (int index = 0; index < kPortCount; ++index) {
-        if (std::strcmp(name, devicePortName(index)) == 0) {
+        if (std::strcmp(name, formatPortName(index).text) == 0) {
             return pathAt(index);
         }
     }
