@@ -63,6 +63,7 @@ struct FaultRule {
 ///     garbage-before=5~0.01   five random bytes before one answer in a hundred
 ///     reply=0@SFLIST:03       the text "0" with a good CRC
 ///     raw=C4A5FFFF@BX         exactly these bytes, in hexadecimal
+///     garbage-after=x0D0A     exactly these bytes after every answer
 ///
 /// Throws std::invalid_argument with a line that says what is wrong.
 FaultRule parseFaultRule(std::string_view text);
@@ -84,6 +85,9 @@ struct Delivery {
     std::optional<std::chrono::milliseconds> duration; ///< of HalfOpen and Unplug
     bool hasEffect = false; ///< false: the fault found nothing to spoil (a cut behind the end)
 };
+
+/// Whether the device still executes a command that this happens to.
+bool isExecuted(FaultKind kind);
 
 /// `random` decides what the fault leaves open; the same number gives the same delivery.
 Delivery applyFault(const Fault& fault, std::uint64_t random, std::string answer);

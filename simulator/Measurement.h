@@ -8,6 +8,14 @@
 
 namespace ndisim {
 
+/// Handles are numbered from here; the handle of physical port p is firstHandle + p - 1.
+inline constexpr int firstHandle = 0x0A;
+
+/// The place of a handle on the path, counted from 1.
+constexpr int placeOfHandle(int handle) {
+    return handle - firstHandle + 1;
+}
+
 /// How a tool fares in one measurement; the numbers are those of the binary reply.
 enum class ToolStatus : std::uint8_t {
     Valid = 1,

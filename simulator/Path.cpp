@@ -51,6 +51,9 @@ Pose pathPose(Family family, int place, std::uint32_t frame) {
 }
 
 PathPoint locateOnPath(Family family, const Position& position) {
+    if (!(std::abs(position[2]) < 1e6)) {
+        return {};
+    }
     const double turns = std::atan2(position[1], position[0]) / (2 * std::numbers::pi);
     const auto step = std::lround(turns * pathPeriod + pathPeriod);
     const auto place = std::lround((pathBaseZ(family) - position[2]) / placeSpacing);
