@@ -54,12 +54,13 @@ public:
 
 /// One command and what became of it.
 struct Exchange {
-    std::chrono::nanoseconds time{0};       ///< since the simulator started
-    std::string command;                    ///< without CRC and carriage return; "BREAK", "CONNECT"
-    std::string received;                   ///< as it came, without carriage return
-    std::string reply;                      ///< what a faultless device would have sent, all of it
-    std::string sent;                       ///< what was handed to the line, faults included
-    std::string fault;                      ///< faultText, empty when nothing went wrong
+    std::chrono::nanoseconds time{0}; ///< since the simulator was made
+    std::string command;    ///< without CRC and carriage return; "BREAK" for a break on the line
+    std::string received;   ///< as it came, without carriage return
+    std::string reply;      ///< the device's answer, all of it; empty if it did not execute
+    std::string sent;       ///< what was handed to the line, faults included
+    std::string fault;      ///< faultText, empty when nothing was to go wrong
+    bool hadEffect = false; ///< false also for a fault that found nothing to spoil
     std::optional<Measurement> measurement; ///< what a BX, TX or GX reply was made of
 };
 
