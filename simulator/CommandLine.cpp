@@ -94,10 +94,11 @@ void addDevice(CLI::App& app, Values& values, DeviceOptions& device) {
     app.option_defaults()->group("Device");
     app.add_option(
            "--tool", values.tools,
-           "Aurora: a tool in a physical port, PORT[:TYPE[:PARTNUMBER]]; repeatable. TYPE: " +
+           wrapped(
+               "Aurora: a tool in a physical port, PORT[:TYPE[:PARTNUMBER]]; repeatable. TYPE: " +
                toolTypeNames() +
-               ", blank (no readable information), empty (a handle without a tool) or 8 "
-               "characters of tool information")
+               ", blank (no readable information), empty (a handle without a tool) or "
+               "8 characters of tool information"))
         ->allow_extra_args(false)
         ->type_name("TOOL");
     app.add_option("--rate", device.rateHz,

@@ -30,7 +30,7 @@ constexpr std::array<ToolType, 11> toolTypes{{
     {"strober", "08000000", "SIM-STROBE-"},
     {"c-arm", "0A000000", "SIM-CARM-"},
     {"catheter", "0B000000", "SIM-CATH-"},
-    {"sensor", "04000000", "SIM-SENSOR-"},
+    {"other", "04000000", "SIM-OTHER-"},
 }};
 
 std::string quoted(std::string_view text) {

@@ -20,6 +20,7 @@ public:
     virtual void onConnected() = 0;
     virtual void onReceived(std::string_view bytes) = 0;
     virtual void onBreak() = 0;
+    virtual void onIgnored(std::size_t bytes) = 0;   ///< the host is at another rate
     virtual void onEvent(std::string_view text) = 0; ///< for the trace
 
     /// Whether the host has a reason to send a break, in the device's eyes.

@@ -17,6 +17,8 @@
 
 namespace ndisim {
 
+class Station;
+
 /// A TCP server on 127.0.0.1. Port 0 takes a free one.
 struct TcpAddress {
     std::uint16_t port = 0;
@@ -95,6 +97,9 @@ public:
     std::vector<std::string> commands() const;
     std::size_t commandCount() const; ///< all since start, cleared ones included
     std::size_t faultCount() const;
+
+    /// Bytes from a host whose rate or handshake was not the device's (pseudo-terminal).
+    std::size_t ignoredBytes() const;
     void clearLog();
 
     /// Waits until a command that begins with `prefix` has been answered (or left unanswered) since
@@ -125,8 +130,7 @@ public:
     void replug();
 
 private:
-    class Impl;
-    std::unique_ptr<Impl> m_impl;
+    std::unique_ptr<Station> m_station;
 };
 
 } // namespace ndisim

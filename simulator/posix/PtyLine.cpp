@@ -177,19 +177,18 @@ private:
                                  [this, generation = m_generation](error_code) {
                                      if (generation == m_generation) {
                                          m_isWaiting = false;
-                                         readAll();
+                                         readOnce();
                                      }
                                  });
     }
 
-    void readAll() {
-        const unsigned generation = m_generation;
+    // One read at a time: what it leads to, a change of rate above all, comes before the next.
+    void readOnce() {
         std::array<char, 4096> bytes{};
-        while (generation == m_generation && !m_isStalled) {
-            const auto count = ::read(m_terminal->device(), bytes.data(), bytes.size());
-            if (count <= 0) {
-                break;
-            }
+        const auto count =
+            m_isStalled ? 0 : ::read(m_terminal->device(), bytes.data(), bytes.size());
+        const unsigned generation = m_generation;
+        if (count > 0) {
             take({bytes.data(), static_cast<std::size_t>(count)});
         }
         if (generation == m_generation && !m_isStalled) {
@@ -211,6 +210,8 @@ private:
         m_breakWatch.onBytes(!isHeard);
         if (isHeard) {
             m_listener.onReceived(bytes);
+        } else {
+            m_listener.onIgnored(bytes.size());
         }
     }
 
