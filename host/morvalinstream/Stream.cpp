@@ -32,8 +32,8 @@ bool succeeds(const Stream& stream, const char* hookName, Hook hook) {
 } // namespace
 
 Stream::Stream(std::string name) :
-    streamName(std::move(name)), worker(std::make_unique<StreamWorker>(*this)),
-    operations(std::make_unique<StreamOperations>(*this, *worker)) {}
+    streamName(std::move(name)), streamWorker(std::make_unique<StreamWorker>(*this)),
+    streamOperations(std::make_unique<StreamOperations>(*this, *streamWorker)) {}
 
 Stream::~Stream() {
     if (state() != Closed)
@@ -74,28 +74,28 @@ bool Stream::worksWhilePaused() const {
 }
 
 bool Stream::open() {
-    return operations->run(StreamOperation::Open);
+    return streamOperations->run(StreamOperation::Open);
 }
 bool Stream::start() {
-    return operations->run(StreamOperation::Start);
+    return streamOperations->run(StreamOperation::Start);
 }
 bool Stream::stop() {
-    return operations->run(StreamOperation::Stop);
+    return streamOperations->run(StreamOperation::Stop);
 }
 bool Stream::close() {
-    return operations->run(StreamOperation::Close);
+    return streamOperations->run(StreamOperation::Close);
 }
 bool Stream::pause() {
-    return operations->run(StreamOperation::Pause);
+    return streamOperations->run(StreamOperation::Pause);
 }
 bool Stream::resume() {
-    return operations->run(StreamOperation::Resume);
+    return streamOperations->run(StreamOperation::Resume);
 }
 std::future<bool> Stream::openAsync() {
-    return operations->runAsync(StreamOperation::Open);
+    return streamOperations->runAsync(StreamOperation::Open);
 }
 std::future<bool> Stream::closeAsync() {
-    return operations->runAsync(StreamOperation::Close);
+    return streamOperations->runAsync(StreamOperation::Close);
 }
 
 bool Stream::perform(StreamOperation operation) {
@@ -134,13 +134,13 @@ bool Stream::performStart() {
     if (state() != Open)
         return state() == Running;
     changeState(Starting);
-    if (!worker->prepare() || !succeeds(*this, "startImpl", [this] { return startImpl(); })) {
-        worker->finish();
+    if (!streamWorker->prepare() || !succeeds(*this, "startImpl", [this] { return startImpl(); })) {
+        streamWorker->finish();
         changeState(Open);
         return false;
     }
     changeState(Running);
-    worker->work();
+    streamWorker->work();
     return true;
 }
 
@@ -148,7 +148,7 @@ bool Stream::performStop() {
     if (!isStateOneOf({Running, Paused}))
         return true;
     changeState(Stopping);
-    worker->finish();
+    streamWorker->finish();
     const bool hasStopped = succeeds(*this, "stopImpl", [this] { return stopImpl(); });
     changeState(Open);
     return hasStopped;
@@ -170,11 +170,11 @@ bool Stream::performPause() {
     if (!succeeds(*this, "supportsPausing", [this] { return supportsPausing(); }))
         return false;
     changeState(Pausing);
-    worker->rest();
+    streamWorker->rest();
     const bool isPaused = succeeds(*this, "pauseImpl", [this] { return pauseImpl(); });
     changeState(isPaused ? Paused : Running);
     if (!isPaused || succeeds(*this, "worksWhilePaused", [this] { return worksWhilePaused(); }))
-        worker->work();
+        streamWorker->work();
     return isPaused;
 }
 
@@ -182,11 +182,11 @@ bool Stream::performResume() {
     if (state() != Paused)
         return state() == Running;
     changeState(Resuming);
-    worker->rest();
+    streamWorker->rest();
     const bool isResumed = succeeds(*this, "resumeImpl", [this] { return resumeImpl(); });
     changeState(isResumed ? Running : Paused);
     if (isResumed || succeeds(*this, "worksWhilePaused", [this] { return worksWhilePaused(); }))
-        worker->work();
+        streamWorker->work();
     return isResumed;
 }
 

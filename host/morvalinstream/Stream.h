@@ -156,8 +156,8 @@ private:
 
     const std::string streamName;
     std::atomic<State> currentState{Closed};
-    std::unique_ptr<StreamWorker> worker;
-    std::unique_ptr<StreamOperations> operations;
+    std::unique_ptr<StreamWorker> streamWorker;
+    std::unique_ptr<StreamOperations> streamOperations;
 };
 
 } // namespace Morvalin

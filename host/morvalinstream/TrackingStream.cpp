@@ -32,7 +32,7 @@ bool contains(const std::vector<TrackingInstrument>& instruments, const std::str
 } // namespace
 
 TrackingStream::TrackingStream(std::string name) :
-    Stream(std::move(name)), registry(std::make_shared<EmptyInstruments>()) {}
+    Stream(std::move(name)), trackedInstruments(std::make_shared<EmptyInstruments>()) {}
 
 TrackingStream::~TrackingStream() = default;
 
@@ -41,17 +41,17 @@ std::vector<std::string> TrackingStream::devices() const {
 }
 
 std::shared_ptr<ThreadSafeInstrumentsBase> TrackingStream::instruments() const {
-    return registry;
+    return trackedInstruments;
 }
 
 std::vector<TrackingInstrument> TrackingStream::activeInstruments() const {
-    std::vector<TrackingInstrument> active = registry->instruments();
+    std::vector<TrackingInstrument> active = trackedInstruments->instruments();
     std::erase_if(active, [](const TrackingInstrument& instrument) { return !instrument.active; });
     return active;
 }
 
 std::size_t TrackingStream::numInstruments() const {
-    return registry->size();
+    return trackedInstruments->size();
 }
 
 bool TrackingStream::supportsMainInstrumentSelection() const {
@@ -62,11 +62,11 @@ bool TrackingStream::supportsInstrumentRenaming() const {
     return false;
 }
 
-void TrackingStream::setInstruments(std::shared_ptr<ThreadSafeInstrumentsBase> instrumentRegistry) {
-    if (instrumentRegistry)
-        registry = std::move(instrumentRegistry);
+void TrackingStream::setInstruments(std::shared_ptr<ThreadSafeInstrumentsBase> registry) {
+    if (registry)
+        trackedInstruments = std::move(registry);
     else
-        registry = std::make_shared<EmptyInstruments>();
+        trackedInstruments = std::make_shared<EmptyInstruments>();
 }
 
 void TrackingStream::emitSignals(std::uint32_t flags) {
@@ -81,8 +81,8 @@ void TrackingStream::emitSignals(std::uint32_t flags) {
 std::unique_ptr<TrackingStreamData> TrackingStream::createTrackingStreamData() const {
     auto frame = std::make_unique<TrackingStreamData>();
     frame->streamName = name();
-    frame->instruments = registry->instruments();
-    frame->mainId = registry->mainId();
+    frame->instruments = trackedInstruments->instruments();
+    frame->mainId = trackedInstruments->mainId();
     // The registry may have changed between the two questions; a frame agrees with itself.
     if (!contains(frame->instruments, frame->mainId))
         frame->mainId.clear();

@@ -17,8 +17,8 @@ namespace Morvalin {
 /// installs in its constructor; before that the registry is one that holds nothing.
 ///
 /// The three signals may be emitted on any thread and under the locks of the derived stream. Their
-/// receivers touch only the registry; whatever else they want to do, asking the stream for its
-/// configuration included, they queue.
+/// receivers touch only the registry; whatever else they want to do, asking the stream
+/// for its configuration included, they queue.
 class MORVALINSTREAM_EXPORT TrackingStream : public Stream {
 public:
     explicit TrackingStream(std::string name);
@@ -42,7 +42,7 @@ public:
 
 protected:
     /// For the constructor of a derived class only. Null stands for a registry that holds nothing.
-    void setInstruments(std::shared_ptr<ThreadSafeInstrumentsBase> instrumentRegistry);
+    void setInstruments(std::shared_ptr<ThreadSafeInstrumentsBase> registry);
 
     /// Emits the signal of every flag in a set of InstrumentModification flags; 0 emits nothing.
     void emitSignals(std::uint32_t flags);
@@ -52,7 +52,7 @@ protected:
     std::unique_ptr<TrackingStreamData> createTrackingStreamData() const;
 
 private:
-    std::shared_ptr<ThreadSafeInstrumentsBase> registry;
+    std::shared_ptr<ThreadSafeInstrumentsBase> trackedInstruments;
 };
 
 } // namespace Morvalin

@@ -1,0 +1,130 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <morvalincore/Properties.h>
+
+using namespace Morvalin;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+TEST(Properties, TextIsReadAsWhatItSays) {
+    struct Case {
+        const char* text;
+        std::optional<std::int32_t> integer;
+        std::optional<bool> boolean;
+    };
+    const std::optional<std::int32_t> noInteger;
+    const std::optional<bool> noBoolean;
+    const Case cases[] = {
+        {"5", 5, noBoolean},
+        {"+5", 5, noBoolean},
+        {"0", 0, false},
+        {"1", 1, true},
+        {"-2147483648", INT32_MIN, noBoolean},
+        {"2147483647", INT32_MAX, noBoolean},
+        {"2147483648", noInteger, noBoolean},
+        {"true", noInteger, true},
+        {"false", noInteger, false},
+        {"True", noInteger, noBoolean},
+        {"", noInteger, noBoolean},
+        {" 5", noInteger, noBoolean},
+        {"5 ", noInteger, noBoolean},
+        {"+-5", noInteger, noBoolean},
+        {"+", noInteger, noBoolean},
+        {"0x10", noInteger, noBoolean},
+        {"5.0", noInteger, noBoolean},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        Properties block;
+        block.setParam("key", c.text);
+        std::string text = "untouched";
+        std::int32_t integer = -77;
+        EXPECT_TRUE(block.param("key", text));
+        EXPECT_EQ(text, c.text);
+        EXPECT_EQ(block.param("key", integer), c.integer.has_value());
+        EXPECT_EQ(integer, c.integer.value_or(-77));
+        for (const bool before : {false, true}) {
+            bool boolean = before;
+            EXPECT_EQ(block.param("key", boolean), c.boolean.has_value());
+            EXPECT_EQ(boolean, c.boolean.value_or(before));
+        }
+    }
+}
+
+TEST(Properties, MissingIsNotEmpty) {
+    Properties block;
+    block.setParam("empty", "");
+    std::string text = "untouched";
+    EXPECT_FALSE(block.param("missing", text));
+    EXPECT_EQ(text, "untouched");
+    EXPECT_TRUE(block.param("empty", text));
+    EXPECT_EQ(text, "");
+    EXPECT_TRUE(block.hasParam("empty"));
+    EXPECT_FALSE(block.hasParam("missing"));
+    block.setParamAttribute("missing", "a", "b");
+    block.setParamType("missing", 8);
+    EXPECT_THAT(block.paramAttributes("missing"), IsEmpty());
+    EXPECT_FALSE(block.hasParam("missing"));
+}
+
+TEST(Properties, RewritingKeepsPlaceTypeAndAttributes) {
+    Properties block;
+    block.setParam("first", 1);
+    block.setParam("second", true);
+    block.setParamType("first", Properties::choiceParameterType);
+    block.setParamAttributes("first", {{"values", "a, b"}, {"old", "x"}});
+    block.setParamAttributes("first", {{"values", "a, b"}});
+    block.setParamAttribute("first", "label", "L");
+    block.setParamAttribute("first", "values", "c");
+    block.setParam("first", "text");
+
+    ASSERT_EQ(block.params().size(), 2u);
+    const Properties::Parameter& first = block.params().front();
+    EXPECT_EQ(first.key, "first");
+    EXPECT_EQ(first.value, "text");
+    EXPECT_EQ(first.kind, Properties::ValueKind::Text);
+    EXPECT_EQ(block.paramType("first"), 8);
+    EXPECT_THAT(first.attributes, ElementsAre(Pair("values", "c"), Pair("label", "L")));
+}
+
+TEST(Properties, SubBlocksMayShareNamesAndStayWhereTheyAre) {
+    Properties root("root");
+    Properties& first = root.addSubProperties("tool");
+    Properties& unnamed = root.addSubProperties("");
+    for (int i = 0; i < 100; ++i)
+        root.addSubProperties("tool").setParam("i", i);
+    EXPECT_EQ(root.subProperties("tool"), &first);
+    EXPECT_EQ(root.subProperties(""), &unnamed);
+    EXPECT_EQ(root.subProperties("none"), nullptr);
+    for (Properties& child : root.children())
+        child.setName("renamed");
+    EXPECT_EQ(first.name(), "renamed");
+    EXPECT_EQ(root.children().size(), 102u);
+}
+
+TEST(Properties, CopiesAreDeepAndKeepTheTargetsName) {
+    Properties source("source");
+    source.setAttribute("hidden", "true");
+    source.setParam("p", 1);
+    source.addSubProperties("child").addSubProperties("grandchild").setParam("q", "deep");
+
+    Properties target("target");
+    target.setParam("gone", 1);
+    target.copyFrom(source);
+    EXPECT_EQ(target.name(), "target");
+    EXPECT_NE(target, source);
+    target.setName("source");
+    EXPECT_EQ(target, source);
+    target.subProperties("child")->subProperties("grandchild")->setParam("q", "changed");
+    EXPECT_NE(target, source);
+
+    // A block may become a copy of itself or of one of its own parts.
+    const Properties before = source;
+    source.copyFrom(source);
+    EXPECT_EQ(source, before);
+    source.copyFrom(source.children().front());
+    EXPECT_FALSE(source.hasParam("p"));
+    EXPECT_NE(source.subProperties("grandchild"), nullptr);
+}

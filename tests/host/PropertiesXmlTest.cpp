@@ -1,0 +1,196 @@
+#include <random>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <morvalincore/PropertiesXml.h>
+
+using namespace Morvalin;
+using testing::HasSubstr;
+
+namespace {
+
+/// A tree that has `text` everywhere where a text can stand.
+Properties treeOf(const std::string& text) {
+    Properties root(text);
+    root.setAttribute(text, text);
+    root.setParam(text, text);
+    root.setParam("number" + text, 5);
+    root.setParam("flag", true);
+    root.setParamType("number" + text, -8);
+    root.setParamAttributes("flag", {{text, text}, {"label", text}});
+    root.addSubProperties(text).setParam("key", text);
+    root.addSubProperties(text).addSubProperties("");
+    return root;
+}
+
+void expectRoundTrip(const Properties& written) {
+    const std::string xml = toXml(written);
+    Properties read;
+    std::string error;
+    ASSERT_TRUE(fromXml(xml, read, error)) << error << "\n" << xml;
+    EXPECT_EQ(read, written) << xml;
+    EXPECT_EQ(toXml(read), xml);
+}
+
+std::string inBlock(const std::string& content) {
+    return "<block name='a'>\n" + content + "</block>";
+}
+
+std::string nested(int levels) {
+    std::string xml;
+    for (int i = 0; i < levels; ++i)
+        xml += "<block name=''>";
+    for (int i = 0; i < levels; ++i)
+        xml += "</block>";
+    return xml;
+}
+
+} // namespace
+
+TEST(PropertiesXml, EveryTextSurvives) {
+    using namespace std::string_literals;
+    const std::string texts[] = {
+        "",
+        "plain",
+        " blanks at the ends ",
+        "\\\\.\\COM12",
+        "C:\\tools\\",
+        "\"'<>&",
+        "&amp;&#0;",
+        "]]>",
+        "<!-- -->",
+        "\xC3\xBC \xE2\x82\xAC \xF0\x9F\x98\x80",
+        "\t\r\n\r\r\n",
+        "%",
+        "%41",
+        "\0"s,
+        "a\0b%00"s,
+        "\x01\x1F\x7F",
+        "\xFF\xFE",
+        "\xC3",
+        "\xED\xA0\x80",
+        "\xC0\x80",
+        "\xEF\xBF\xBF",
+        "\xEF\xBB\xBF",
+        "\xF4\x90\x80\x80",
+        std::string(100000, 'x'),
+    };
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text.substr(0, 40));
+        expectRoundTrip(treeOf(text));
+    }
+    std::mt19937 random(1);
+    std::uniform_int_distribution<int> byte(0, 255), length(0, 30);
+    for (int i = 0; i < 300; ++i) {
+        std::string text(static_cast<std::size_t>(length(random)), ' ');
+        for (char& c : text)
+            c = static_cast<char>(byte(random));
+        expectRoundTrip(treeOf(text));
+    }
+}
+
+TEST(PropertiesXml, ReadsWhatAPersonWrites) {
+    const std::string xml =
+        "\xEF\xBB\xBF<?xml version='1.0'?>\r\n"
+        "<!-- the lab's Aurora & its port -->\r\n"
+        "<block name='Algorithms'>\r\n"
+        "  <block name='x'></block>\r\n"
+        "  <parameter value='12' name='port'/>\r\n"
+        "  <parameter name='on' value='true'></parameter>\r\n"
+        "  <parameter name='device' value='\\\\.\\COM12 &#x41;&#66;&apos;'/>\r\n"
+        "</block>\r\n";
+    Properties root;
+    std::string error;
+    ASSERT_TRUE(fromXml(xml, root, error)) << error;
+    std::int32_t port = 0;
+    bool isOn = false;
+    std::string device;
+    EXPECT_TRUE(root.param("port", port) && root.param("on", isOn) && root.param("device", device));
+    EXPECT_EQ(port, 12);
+    EXPECT_TRUE(isOn);
+    EXPECT_EQ(device, "\\\\.\\COM12 AB'");
+    EXPECT_NE(root.subProperties("x"), nullptr);
+}
+
+TEST(PropertiesXml, RefusesInOneLineThatNamesTheFault) {
+    using namespace std::string_literals;
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "no <block>"},
+        {"just text", "line 1: unexpected text"},
+        {"\x7F"
+         "ELF\0\0"s,
+         "line 1: a byte that is not"},
+        {"<html></html>", "<html>"},
+        {"<block name='a'/><block name='b'/>", "more than one"},
+        {"<block name='a'/>tail", "unexpected text"},
+        {"<!DOCTYPE b [<!ENTITY e 'x'>]><block name='&e;'/>", "document type"},
+        {"<block name='&e;'/>", "bad \"&\""},
+        {"<block name='a&#0;b'/>", "bad \"&\""},
+        {"<block name='a&#xD800;b'/>", "bad \"&\""},
+        {"<block name='a&#99999999999;b'/>", "bad \"&\""},
+        {"<block name='a & b'/>", "bad \"&\""},
+        {"<block name='a<b'/>", "bad \"&\" or \"<\""},
+        {"<block/>", "has no attribute \"name\""},
+        {"<block name='a' nam='b'/>", "unknown attribute \"nam\""},
+        {"<block name='a' name='b'/>", "two attributes \"name\""},
+        {inBlock("<para name='x' value='1'/>"), "line 2: unknown element <para>"},
+        {inBlock("<parameter name='x'/>"), "line 2: <parameter> has no attribute \"value\""},
+        {inBlock("<parameter name='x' value='1'/>\n<parameter name='x' value='2'/>"),
+         "line 3: second parameter \"x\""},
+        {inBlock("<parameter name='x&#10;y' value=''/><parameter name='x&#10;y' value=''/>"),
+         "second parameter \"x y\""},
+        {inBlock("<parameter name='x' value='1' kind='real'/>"), "unknown kind \"real\""},
+        {inBlock("<parameter name='x' value='1' type='eight'/>"), "\"eight\" is not a number"},
+        {inBlock("<parameter name='x' value='1'><block name='y'/></parameter>"), "<block> in"},
+        {inBlock("<attribute name='x' value='1'>text</attribute>"), "must be empty"},
+        {inBlock("<parameter name='x' value='%0' escaped='value'/>"), "cannot be unescaped"},
+        {inBlock("<parameter name='x' value='%G0' escaped='value'/>"), "cannot be unescaped"},
+        {inBlock("<parameter name='x' value='1' escaped='kind'/>"), "cannot be unescaped"},
+        {inBlock("<![CDATA[x]]>"), "unexpected text"},
+        {inBlock("<?php x ?>"), "processing instruction"},
+        {"<block name='\xFF'/>", "line 1: a byte that is not UTF-8"},
+        {nested(65), "more than 64"},
+        {nested(300000), "more than 64"},
+        {std::string(16 * 1024 * 1024 + 1, ' '), "16 MiB"},
+    };
+    for (const auto& [xml, expected] : cases) {
+        SCOPED_TRACE(xml.substr(0, 80));
+        Properties out("kept");
+        out.setParam("kept", 1);
+        const Properties before = out;
+        std::string error;
+        EXPECT_FALSE(fromXml(xml, out, error));
+        EXPECT_THAT(error, HasSubstr(expected));
+        EXPECT_EQ(error.find_first_of("\r\n"), std::string::npos) << error;
+        EXPECT_EQ(out, before);
+    }
+}
+
+TEST(PropertiesXml, CutOrDamagedFilesEndInAnErrorOrInWholeProperties) {
+    const std::string xml = toXml(treeOf("a \"<&\\ \xC3\xBC%\x01"));
+    const std::size_t end = xml.rfind('>');
+    Properties out;
+    std::string error;
+    for (std::size_t size = 0; size <= end; ++size)
+        EXPECT_FALSE(fromXml(xml.substr(0, size), out, error)) << size;
+    std::mt19937 random(2);
+    for (int i = 0; i < 3000; ++i) {
+        std::string damaged = xml;
+        for (int n = 0; n < 3; ++n)
+            damaged[random() % damaged.size()] = static_cast<char>(random());
+        if (fromXml(damaged, out, error))
+            expectRoundTrip(out);
+    }
+}
+
+TEST(PropertiesXml, ManySettingsAndTheDeepestBlocksAreRead) {
+    Properties out;
+    std::string error;
+    EXPECT_TRUE(fromXml(nested(64), out, error)) << error;
+    std::string content;
+    for (int i = 0; i < 100000; ++i)
+        content += "<parameter name='key" + std::to_string(i) + "' value=''/>\n";
+    ASSERT_TRUE(fromXml(inBlock(content), out, error)) << error;
+    EXPECT_EQ(out.params().size(), 100000u);
+}

@@ -1,0 +1,101 @@
+#include <latch>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "CapturedLog.h"
+#include "ScriptedStream.h"
+
+using namespace Morvalin;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+TEST(StreamWorker, WorksAgainAndAgainUntilStoppedAndAfterEveryStart) {
+    ScriptedStream stream;
+    stream.work = ScriptedStream::again;
+    ASSERT_TRUE(stream.open());
+    for (int run = 0; run < 3; ++run) {
+        ASSERT_TRUE(stream.start());
+        stream.awaitWork(stream.workCount + 5);
+        ASSERT_TRUE(stream.stop());
+    }
+    EXPECT_FALSE(stream.hasOverlapped);
+}
+
+TEST(StreamWorker, BeginsOnlyWhenRunning) {
+    ScriptedStream stream;
+    std::atomic<int> stateAtFirstCall{-1};
+    stream.work = [&] {
+        int none = -1;
+        stateAtFirstCall.compare_exchange_strong(none, stream.state());
+        return ScriptedStream::later();
+    };
+    ASSERT_TRUE(stream.open() && stream.start());
+    stream.awaitWork(1);
+    ASSERT_TRUE(stream.stop());
+    EXPECT_EQ(stateAtFirstCall, Stream::Running);
+}
+
+TEST(StreamWorker, RestsWhilePausedUnlessTheStreamWantsToGoOn) {
+    for (const bool worksInPause : {false, true}) {
+        ScriptedStream stream;
+        stream.work = ScriptedStream::again;
+        stream.worksInPause = worksInPause;
+        ASSERT_TRUE(stream.open() && stream.start());
+        stream.awaitWork(1);
+        ASSERT_TRUE(stream.pause());
+        const int count = stream.workCount;
+        if (worksInPause)
+            stream.awaitWork(count + 3);
+        else
+            EXPECT_EQ(stream.workCount, count);
+        ASSERT_TRUE(stream.resume());
+        stream.awaitWork(stream.workCount + 3);
+        ASSERT_TRUE(stream.close());
+        EXPECT_FALSE(stream.hasOverlapped);
+    }
+}
+
+TEST(StreamWorker, EndsWithOneLogLineAndBeginsAnewAtTheNextStart) {
+    const std::pair<std::function<ScriptedStream::Work()>, const char*> cases[] = {
+        {[] { return std::nullopt; }, "3 Stream: scripted: doWork asked not to be called again"},
+        {[] {
+             return Stream::WorkContinuation{{}, 0};
+         },
+         "3 Stream: scripted: doWork asked not to be called again"},
+        {[]() -> ScriptedStream::Work { throw std::runtime_error("line cut"); }, "line cut"},
+        {[]() -> ScriptedStream::Work { throw 5; }, "4 Stream: scripted: doWork failed"},
+    };
+    for (const auto& [work, expected] : cases) {
+        SCOPED_TRACE(expected);
+        CapturedLog log;
+        ScriptedStream stream;
+        stream.work = work;
+        ASSERT_TRUE(stream.open() && stream.start());
+        stream.awaitWork(1);
+        EXPECT_EQ(stream.state(), Stream::Running);
+        EXPECT_TRUE(stream.stop());
+        EXPECT_EQ(stream.workCount, 1);
+        EXPECT_THAT(log.lines(), ElementsAre(HasSubstr(expected)));
+        stream.work = ScriptedStream::later;
+        EXPECT_TRUE(stream.start());
+        stream.awaitWork(2);
+    }
+}
+
+TEST(StreamWorker, ReceiverOfOutputThatThrowsDoesNotEndTheWork) {
+    CapturedLog log;
+    ScriptedStream stream;
+    stream.output.connect([](const std::shared_ptr<Data>&) { throw std::runtime_error("full"); });
+    stream.work = [&] {
+        stream.output(nullptr);
+        return ScriptedStream::again();
+    };
+    ASSERT_TRUE(stream.open() && stream.start());
+    stream.awaitWork(3);
+    ASSERT_TRUE(stream.stop());
+    EXPECT_GE(log.lines().size(), 2u);
+}
