@@ -23,12 +23,14 @@ public:
 /// Makes the panels of one plug-in.
 class MORVALINLIB_EXPORT AlgorithmControllerFactory {
 public:
-    AlgorithmControllerFactory(std::string name, bool flag);
+    /// A factory that is not offered is never asked by the host of its own accord.
+    AlgorithmControllerFactory(std::string name, bool offered);
     AlgorithmControllerFactory(const AlgorithmControllerFactory&) = delete;
     AlgorithmControllerFactory& operator=(const AlgorithmControllerFactory&) = delete;
     virtual ~AlgorithmControllerFactory();
 
     const std::string& name() const { return factoryName; }
+    bool isOffered() const { return offered; }
 
     /// The panel of an algorithm, or null when this factory has none for it. The caller owns it.
     virtual std::unique_ptr<AlgorithmController> create(Algorithm* algorithm) = 0;
@@ -37,7 +39,7 @@ public:
 
 private:
     const std::string factoryName;
-    const bool flag;
+    const bool offered;
 };
 
 } // namespace Morvalin

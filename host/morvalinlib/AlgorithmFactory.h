@@ -24,7 +24,7 @@ public:
         std::function<std::unique_ptr<Algorithm>(const Entry& entry, const DataList& input)>;
 
     /// One registered algorithm.
-    struct Entry {
+    struct MORVALINLIB_EXPORT Entry {
         std::string id;       ///< factory name, ".", registered name
         std::string category; ///< menu path, separated by ";"; the last piece is the display name
         Predicate predicate;
@@ -41,15 +41,19 @@ public:
         std::string category;
     };
 
-    AlgorithmFactory(std::string name, bool flag);
+    /// The ids begin with `name`. Algorithms of a factory that is not offered can be made by their
+    /// id but stand in no list or menu of the host.
+    AlgorithmFactory(std::string name, bool offered);
     AlgorithmFactory(const AlgorithmFactory&) = delete;
     AlgorithmFactory& operator=(const AlgorithmFactory&) = delete;
     virtual ~AlgorithmFactory();
 
     const std::string& name() const { return factoryName; }
+    bool isOffered() const { return offered; }
     const std::vector<Entry>& entries() const { return registered; }
 
-    /// Null for an unknown id, and when the creator makes nothing. Never throws.
+    /// Null for an unknown id, when the creator makes nothing, and when it throws, which is logged.
+    /// Never throws.
     virtual std::unique_ptr<Algorithm> instantiateAlgorithm(const std::string& id,
                                                             const DataList& input);
     /// Likewise, for algorithms that are IoAlgorithms.
@@ -81,7 +85,7 @@ private:
     const Entry* find(const std::string& id) const;
 
     const std::string factoryName;
-    const bool flag;
+    const bool offered;
     std::vector<Entry> registered;
 };
 

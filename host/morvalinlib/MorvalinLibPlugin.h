@@ -13,9 +13,13 @@ class MORVALINLIB_EXPORT MorvalinLibPlugin : public PluginBase {
 public:
     ~MorvalinLibPlugin() override;
 
-    /// The factories, null before init().
+    /// The factories, null before init() and after releaseFactories().
     AlgorithmFactory* algorithmFactory() const { return algorithms.get(); }
     AlgorithmControllerFactory* controllerFactory() const { return controllers.get(); }
+
+    /// Destroys the factories, while everything of the derived class that they may refer to still
+    /// exists. The host calls it before it destroys the plug-in.
+    void releaseFactories();
 
 protected:
     /// Hands both factories over, from init().

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "app/Options.h"
+
+namespace Morvalin::App {
+
+// One function for each command. They return the program's exit status; Refusal is thrown for what
+// ends the command before anything is opened.
+
+/// Prints the algorithms of the plug-ins.
+int listAlgorithms(const Options& options);
+
+/// Creates one algorithm and prints the frames of its stream.
+int streamAlgorithm(const Options& options);
+
+/// Does so for every algorithm of a workspace.
+int runWorkspace(const Options& options);
+
+} // namespace Morvalin::App

@@ -1,0 +1,87 @@
+#include "app/WorkspaceSessions.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include <morvalinlib/Workspace.h>
+
+#include "app/Refusal.h"
+
+namespace Morvalin::App {
+
+namespace {
+
+/// Settings of the algorithm itself, which its stream does not write.
+constexpr const char* algorithmKeys[] = {"open", "autoOpen", "connect", "start", "autoStart"};
+
+/// Replaces the settings of a block by the stream's current ones.
+void update(Properties& block, const StreamSession& session) {
+    Properties current;
+    session.save(current);
+    for (const char* key : algorithmKeys) {
+        std::string value;
+        if (block.param(key, value) && !current.hasParam(key))
+            current.setParam(key, value);
+    }
+    for (const auto& [name, value] : block.attributes())
+        current.setAttribute(name, value);
+    block.copyFrom(current);
+}
+
+} // namespace
+
+WorkspaceSessions::WorkspaceSessions(Properties rootBlock) :
+    root(std::move(rootBlock)), algorithms(root.subProperties(Workspace::algorithmsName)) {}
+
+void WorkspaceSessions::createAll(const PluginLoader& plugins, const Options& options) {
+    for (Properties& block : algorithms->children())
+        add(plugins, options, block);
+}
+
+void WorkspaceSessions::createUnderstood(const PluginLoader& plugins, const Options& options) {
+    for (Properties& block : algorithms->children()) {
+        try {
+            add(plugins, options, block);
+        } catch (const Refusal& refusal) {
+            areAllUnderstood = false;
+            printError("workspace block " + block.name() + ": " + refusal.what());
+        }
+    }
+}
+
+void WorkspaceSessions::add(const PluginLoader& plugins, const Options& options,
+                            Properties& block) {
+    auto session = std::make_unique<StreamSession>(plugins, block.name());
+    session->setLabel(uniqueLabel(session->label()));
+    session->configure(block, options);
+    created.push_back(std::move(session));
+    blocks.push_back(&block);
+}
+
+std::string WorkspaceSessions::uniqueLabel(const std::string& name) const {
+    const auto isTaken = [this](const std::string& label) {
+        return std::any_of(created.begin(), created.end(),
+                           [&](const auto& session) { return session->label() == label; });
+    };
+    std::string label = name;
+    for (int number = 2; isTaken(label); ++number)
+        label = name + " " + std::to_string(number);
+    return label;
+}
+
+bool WorkspaceSessions::save(const std::string& path) {
+    std::string error;
+    try {
+        for (std::size_t i = 0; i < created.size(); ++i)
+            update(*blocks[i], *created[i]);
+        if (Workspace::save(path, root, error))
+            return true;
+    } catch (const std::exception& exception) {
+        error = path + ": " + exception.what();
+    }
+    printError("the workspace could not be saved: " + error);
+    return false;
+}
+
+} // namespace Morvalin::App
