@@ -57,9 +57,7 @@ struct RawOptions {
 
 void addRepeatable(CLI::App& command, const std::string& name, std::vector<std::string>& values,
                    const std::string& placeholder, const std::string& help) {
-    command.add_option(name, values, help)
-        ->type_name(placeholder)
-        ->allow_extra_args(false);
+    command.add_option(name, values, help)->type_name(placeholder)->allow_extra_args(false);
 }
 
 void addSingle(CLI::App& command, const std::string& name, std::optional<std::string>& value,
@@ -246,9 +244,8 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     CLI::App app(description, "morvalin-host");
     app.require_subcommand(1);
     app.footer(footer);
-    const CLI::App* const list =
-        addCommand(app, "list",
-                   "Print the algorithms: id, TAB, display name, TAB, menu path of each", raw);
+    const CLI::App* const list = addCommand(
+        app, "list", "Print the algorithms: id, TAB, display name, TAB, menu path of each", raw);
     const CLI::App* const stream =
         addStreamCommand(app, "stream", "Create one algorithm and print the frames of its stream",
                          "ALGORITHM-ID", "what to create, as \"list\" prints it", raw);

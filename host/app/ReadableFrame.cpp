@@ -20,8 +20,8 @@ namespace {
     const int length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
     va_end(arguments);
     if (length > 0)
-        text.append(buffer, std::min<std::size_t>(static_cast<std::size_t>(length),
-                                                  sizeof buffer - 1));
+        text.append(buffer,
+                    std::min<std::size_t>(static_cast<std::size_t>(length), sizeof buffer - 1));
 }
 
 /// Text from a device, with what a terminal could take for a command made visible.

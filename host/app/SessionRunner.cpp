@@ -88,9 +88,8 @@ void SessionRunner::onBroughtUp(Slot& slot, StreamSession::Outcome outcome) {
 /// Decides whether the run is over or its time begins.
 void SessionRunner::evaluate() {
     const auto allLive = [this](bool Slot::*property) {
-        return std::all_of(slots.begin(), slots.end(), [&](const auto& slot) {
-            return slot->hasFailed || (*slot).*property;
-        });
+        return std::all_of(slots.begin(), slots.end(),
+                           [&](const auto& slot) { return slot->hasFailed || (*slot).*property; });
     };
     if (allLive(&Slot::hasFailed) || allLive(&Slot::hasAllFrames))
         requestEnd();

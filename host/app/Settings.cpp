@@ -25,7 +25,8 @@ constexpr std::string_view lateProperties[] = {"hardwarePort", "maxRange", "meas
 
 const Properties::Parameter* findParameter(const Properties& properties, const std::string& key) {
     const auto& all = properties.params();
-    const auto found = std::find_if(all.begin(), all.end(), [&](const auto& p) { return p.key == key; });
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&](const auto& p) { return p.key == key; });
     return found == all.end() ? nullptr : &*found;
 }
 
@@ -59,7 +60,8 @@ std::string choices(const Properties::Parameter& parameter) {
 
 std::int32_t countChoices(const std::string& values) {
     std::int32_t count = 1;
-    for (std::size_t at = values.find(", "); at != std::string::npos; at = values.find(", ", at + 2))
+    for (std::size_t at = values.find(", "); at != std::string::npos;
+         at = values.find(", ", at + 2))
         ++count;
     return count;
 }

@@ -38,8 +38,6 @@ void prepare(PluginLoader& plugins, const Options& options) {
 
 /// Streams until the end, saves while the streams are still open, and closes them.
 int streamAll(WorkspaceSessions& workspace, const Options& options) {
-    if (workspace.sessions().empty())
-        return workspace.isUnderstood() ? Done : StreamFailed;
     bool isSaved = true;
     SessionRunner runner(workspace.sessions(), options);
     runner.run();
@@ -72,6 +70,8 @@ int runWorkspace(const Options& options) {
         throw Refusal(FileRefused, "workspace " + error);
     WorkspaceSessions workspace(std::move(root));
     workspace.createUnderstood(plugins, options);
+    if (workspace.sessions().empty() && Log::isAccepted(Log::Warning))
+        Log::log(Log::Warning, "Host", options.subject + " holds nothing that can be streamed");
     return streamAll(workspace, options);
 }
 

@@ -36,23 +36,25 @@ WorkspaceSessions::WorkspaceSessions(Properties rootBlock) :
 
 void WorkspaceSessions::createAll(const PluginLoader& plugins, const Options& options) {
     for (Properties& block : algorithms->children())
-        add(plugins, options, block);
+        add(std::make_unique<StreamSession>(plugins, block.name()), options, block);
 }
 
 void WorkspaceSessions::createUnderstood(const PluginLoader& plugins, const Options& options) {
     for (Properties& block : algorithms->children()) {
+        std::unique_ptr<StreamSession> session;
         try {
-            add(plugins, options, block);
+            session = std::make_unique<StreamSession>(plugins, block.name());
         } catch (const Refusal& refusal) {
             areAllUnderstood = false;
-            printError("workspace block " + block.name() + ": " + refusal.what());
+            printError(std::string("workspace block left out: ") + refusal.what());
+            continue;
         }
+        add(std::move(session), options, block);
     }
 }
 
-void WorkspaceSessions::add(const PluginLoader& plugins, const Options& options,
+void WorkspaceSessions::add(std::unique_ptr<StreamSession> session, const Options& options,
                             Properties& block) {
-    auto session = std::make_unique<StreamSession>(plugins, block.name());
     session->setLabel(uniqueLabel(session->label()));
     session->configure(block, options);
     created.push_back(std::move(session));

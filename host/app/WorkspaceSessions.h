@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,7 @@ public:
     void createAll(const PluginLoader& plugins, const Options& options);
 
     /// Likewise, but a block that is no stream algorithm of the plug-ins, or whose stream cannot be
-    /// created, only costs a line on standard error.
+    /// created, only costs a line on standard error. A setting that does not fit is still refused.
     void createUnderstood(const PluginLoader& plugins, const Options& options);
 
     Sessions& sessions() { return created; }
@@ -32,7 +33,7 @@ public:
     bool save(const std::string& path);
 
 private:
-    void add(const PluginLoader& plugins, const Options& options, Properties& block);
+    void add(std::unique_ptr<StreamSession> session, const Options& options, Properties& block);
     std::string uniqueLabel(const std::string& name) const;
 
     Properties root;

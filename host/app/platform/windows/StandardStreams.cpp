@@ -22,8 +22,8 @@ StandardOutput::~StandardOutput() = default;
 
 StandardOutput::Result StandardOutput::write(std::string_view text, std::string& error) {
     errno = 0;
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                         std::fflush(stdout) == 0;
+    const bool written =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (written)
         return Result::Written;
     if (errno == EPIPE || errno == EINVAL || errno == EBADF)
