@@ -106,11 +106,13 @@ CLI::App* addStreamCommand(CLI::App& app, const std::string& name, const std::st
     return command;
 }
 
-std::vector<std::string> optionNames(const CLI::App& command) {
+/// The options of a command, or only those that take a value.
+std::vector<std::string> optionNames(const CLI::App& command, bool mustTakeValue = false) {
     std::vector<std::string> names;
     for (const CLI::Option* option : command.get_options())
         for (const std::string& name : option->get_lnames())
-            names.push_back("--" + name);
+            if (!mustTakeValue || option->get_expected_min() > 0)
+                names.push_back("--" + name);
     return names;
 }
 
@@ -119,6 +121,20 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     for (const CLI::App* command : app.get_subcommands({}))
         names.push_back(command->get_name());
     return names;
+}
+
+/// The library takes the next argument for a value that is empty, another option included.
+void checkValues(int argc, const char* const* argv, const std::vector<std::string>& options) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const std::string next = i + 1 < argc ? argv[i + 1] : "";
+        const bool isEmpty = argument.find('=') + 1 == argument.size();
+        const std::string name = isEmpty ? argument.substr(0, argument.size() - 1) : argument;
+        if (std::find(options.begin(), options.end(), name) == options.end())
+            continue;
+        if (isEmpty || next.rfind("--", 0) == 0)
+            refuse(name + " needs a value");
+    }
 }
 
 /// Says what is wrong with a command line that could not be read.
@@ -251,6 +267,7 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
                          "ALGORITHM-ID", "what to create, as \"list\" prints it", raw);
     addStreamCommand(app, "run", "Do so for every algorithm of a workspace file", "WORKSPACE",
                      "a file that --save has written", raw);
+    checkValues(argc, argv, optionNames(*stream, true));
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 
@@ -52,11 +53,19 @@ std::size_t countStrays(const TrackingStreamData& frame) {
     return count;
 }
 
+/// Millimetres in a column; what no tracker measures may be wider.
+void appendMillimetres(std::string& text, const char* axis, double value) {
+    const bool fits = std::abs(value) < 1e7;
+    appendFormatted(text, fits ? "%s %9.3f  " : "%s %9.3e  ", axis, value);
+}
+
 void appendPose(std::string& text, const Matrix4& matrix) {
+    appendMillimetres(text, "x", matrix(0, 3));
+    appendMillimetres(text, "y", matrix(1, 3));
+    appendMillimetres(text, "z", matrix(2, 3));
     const Eigen::Matrix3d rotation = matrix.topLeftCorner<3, 3>();
     const Eigen::Quaterniond q(rotation);
-    appendFormatted(text, "x %9.3f  y %9.3f  z %9.3f mm  q %7.4f %7.4f %7.4f %7.4f", matrix(0, 3),
-                    matrix(1, 3), matrix(2, 3), q.w(), q.x(), q.y(), q.z());
+    appendFormatted(text, "mm  q %7.4f %7.4f %7.4f %7.4f", q.w(), q.x(), q.y(), q.z());
 }
 
 /// Widths of the columns that depend on the frame.

@@ -127,6 +127,8 @@ void SessionRunner::waitForBringUp() {
 }
 
 void SessionRunner::close() {
+    if (slots.empty())
+        return;
     isEnding = true;
     output.hurry();
     std::vector<std::future<bool>> closings;

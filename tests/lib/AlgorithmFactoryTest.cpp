@@ -1,0 +1,132 @@
+#include <morvalinlib/AlgorithmFactory.h>
+
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <morvalincore/GlobalSettings.h>
+
+#include "tests/lib/LogCapture.h"
+
+namespace Morvalin {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct Plain : Algorithm {
+    void compute() override {}
+};
+
+struct Io : IoAlgorithm {
+    void compute() override {}
+    void configure(const Properties* properties) override {
+        if (properties != nullptr)
+            properties->param("text", text);
+    }
+    std::string text = "untouched";
+};
+
+struct Factory : AlgorithmFactory {
+    Factory() : AlgorithmFactory("Lab", true) {
+        const auto needsNothing = [](const DataList& input) { return input.empty(); };
+        const auto takesAll = [](const DataList&) { return true; };
+        add("IO;Lab;Reader", "Reader", needsNothing, [](const Entry& entry, const DataList& input) {
+            auto algorithm = std::make_unique<Io>();
+            algorithm->setFactoryInfo({entry.id, entry.displayName(), input});
+            algorithm->configureFromGlobalSettings();
+            algorithm->configure(entry.configuration.get());
+            return algorithm;
+        });
+        add("Filter", "Filter", takesAll,
+            [](const Entry&, const DataList&) { return std::make_unique<Plain>(); });
+        add("IO;Broken", "Broken", takesAll,
+            [](const Entry&, const DataList&) -> std::unique_ptr<Algorithm> {
+                throw std::runtime_error("no memory");
+            });
+        add("IO;Foreign", "Foreign", {},
+            [](const Entry&, const DataList&) -> std::unique_ptr<Algorithm> { throw 3; });
+        add("IO;Other", "Reader", takesAll, {});
+    }
+
+    void add(const std::string& category, const std::string& registeredName, Predicate predicate,
+             Creator creator) {
+        registerAlgorithm(category, registeredName, std::move(predicate), std::move(creator));
+    }
+};
+
+std::vector<std::string> ids(const std::vector<AlgorithmFactory::Descriptor>& descriptors) {
+    std::vector<std::string> result;
+    for (const auto& descriptor : descriptors)
+        result.push_back(descriptor.id);
+    return result;
+}
+
+struct AlgorithmFactoryTest : testing::Test {
+    LogCapture log;
+    Factory factory;
+};
+
+TEST_F(AlgorithmFactoryTest, NameThatIsTakenIsRefusedWithAWarning) {
+    EXPECT_THAT(log.lines,
+                ElementsAre("3 AlgorithmFactory: Algorithm already registered: Lab.Reader"));
+    EXPECT_EQ(factory.algorithmDescriptor("Lab.Reader").category, "IO;Lab;Reader");
+    EXPECT_EQ(factory.entries().size(), 4u);
+}
+
+TEST_F(AlgorithmFactoryTest, FailedCreationIsLoggedAndGivesNothing) {
+    log.lines.clear();
+    for (const char* id : {"Lab.Broken", "Lab.Foreign", "Lab.Unknown"})
+        EXPECT_EQ(factory.instantiateAlgorithm(id, {}), nullptr) << id;
+    EXPECT_THAT(log.lines,
+                ElementsAre("4 AlgorithmFactory: Cannot create algorithm Lab.Broken: no memory",
+                            "4 AlgorithmFactory: Cannot create algorithm Lab.Foreign: "));
+}
+
+TEST_F(AlgorithmFactoryTest, DescriptorsFollowInputMenuAndOrder) {
+    DataList input;
+    input.add(nullptr);
+    EXPECT_THAT(ids(factory.algorithmDescriptors()),
+                ElementsAre("Lab.Reader", "Lab.Filter", "Lab.Broken", "Lab.Foreign"));
+    EXPECT_THAT(ids(factory.ioAlgorithmDescriptors()),
+                ElementsAre("Lab.Reader", "Lab.Broken", "Lab.Foreign"));
+    EXPECT_THAT(ids(factory.compatibleDescriptors({})),
+                ElementsAre("Lab.Reader", "Lab.Filter", "Lab.Broken"));
+    EXPECT_THAT(ids(factory.compatibleDescriptors(input)), ElementsAre("Lab.Filter", "Lab.Broken"));
+    EXPECT_THAT(ids(factory.compatibleIoDescriptors(input)), ElementsAre("Lab.Broken"));
+    EXPECT_THAT(ids(factory.compatibleIoDescriptors("file.rom")), IsEmpty());
+    EXPECT_EQ(factory.algorithmDescriptor("Lab.Reader").displayName, "Reader");
+    EXPECT_EQ(factory.algorithmDescriptor("Lab.Filter").displayName, "Filter");
+    EXPECT_EQ(factory.algorithmDescriptor("Lab.None").id, "");
+
+    EXPECT_TRUE(factory.addAlgorithmFactoryToFront("Lab.Broken"));
+    EXPECT_FALSE(factory.addAlgorithmFactoryToFront("Lab.None"));
+    EXPECT_THAT(ids(factory.algorithmDescriptors()),
+                ElementsAre("Lab.Broken", "Lab.Reader", "Lab.Filter", "Lab.Foreign"));
+}
+
+TEST_F(AlgorithmFactoryTest, NewAlgorithmsTakeGlobalThenStoredSettings) {
+    const auto textOfNew = [&] {
+        const auto algorithm = factory.instantiateIoAlgorithm("Lab.Reader", {});
+        EXPECT_NE(algorithm, nullptr);
+        return dynamic_cast<Io&>(*algorithm).text;
+    };
+    EXPECT_EQ(textOfNew(), "untouched");
+    GlobalSettings::modify([](Properties& settings) {
+        settings.addSubProperties("Lab.Reader").setParam("text", "global");
+    });
+    EXPECT_EQ(textOfNew(), "global");
+    Properties stored;
+    stored.setParam("text", "stored");
+    EXPECT_TRUE(factory.setStoredConfiguration("Lab.Reader", stored));
+    EXPECT_FALSE(factory.setStoredConfiguration("Lab.None", stored));
+    EXPECT_EQ(textOfNew(), "stored");
+    GlobalSettings::modify([](Properties& settings) { settings.clear(); });
+
+    EXPECT_EQ(factory.instantiateIoAlgorithm("Lab.Filter", {}), nullptr);
+    EXPECT_EQ(factory.instantiateAlgorithm("Lab.Reader", {})->name(), "Reader");
+}
+
+} // namespace
+} // namespace Morvalin

@@ -1,0 +1,88 @@
+#include <morvalinlib/PluginLoader.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/lib/TemporaryFolder.h"
+
+namespace Morvalin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string module(const std::string& name) {
+    return TEST_PLUGIN_FOLDER "/" + name + TEST_PLUGIN_SUFFIX;
+}
+
+TEST(PluginLoader, RefusalsTellTheFaultInOneLine) {
+    const TemporaryFolder folder;
+    const std::string needsFirst = "needs the plug-in \"Tests.first\", which is not loaded";
+    const struct {
+        std::string path;
+        std::string fault;
+    } cases[] = {
+        {folder.path("none.so"), "no such file"},
+        {folder.path(""), "not a file"},
+        {folder.write("text.so", "plain text"), "not a loadable library"},
+        {folder.write("empty.so", ""), "not a loadable library"},
+        {module("unresolved"), "symbolThatNobodyHas"},
+        {module("no_plugin"), "not a plug-in: it has no descriptor"},
+        {module("other_version"), "not a plug-in for this version of the host"},
+        {module("no_functions"), "lacks the function morvalinCreatePlugin"},
+        {module("second"), needsFirst},
+        {module("init_fails"), "failed to initialise (result 7)"},
+        {module("init_throws"), "failed to initialise: no licence"},
+        {module("create_throws"), "could not be created: no room"},
+        {module("create_nothing"), "could not be created"},
+    };
+    PluginLoader loader;
+    for (const auto& [path, fault] : cases) {
+        std::string error;
+        EXPECT_FALSE(loader.load(path, error)) << path;
+        EXPECT_THAT(error, HasSubstr(path + ": "));
+        EXPECT_THAT(error, HasSubstr(fault));
+        EXPECT_THAT(error, Not(HasSubstr("\n")));
+    }
+    EXPECT_TRUE(loader.plugins().empty());
+}
+
+TEST(PluginLoader, LoadsInOrderAndDestroysInReverse) {
+    const TemporaryFolder folder;
+    const std::string trace = folder.path("trace");
+    ::setenv("TEST_PLUGIN_TRACE", trace.c_str(), 1);
+    {
+        PluginLoader loader;
+        std::string error;
+        ASSERT_TRUE(loader.load(module("first"), error)) << error;
+        EXPECT_FALSE(loader.load(module("first"), error));
+        EXPECT_THAT(error, HasSubstr("\"Tests.first\" is already loaded"));
+        ASSERT_TRUE(loader.load(module("second"), error)) << error;
+        EXPECT_FALSE(loader.load(module("init_fails"), error));
+        ASSERT_EQ(loader.plugins().size(), 2u);
+        EXPECT_EQ(loader.plugins()[1].id, "Tests.second");
+
+        // A factory that is not offered appears in no list.
+        ASSERT_EQ(loader.algorithms().size(), 1u);
+        EXPECT_EQ(loader.algorithms()[0].id, "Tests.first.Nothing");
+        EXPECT_EQ(loader.instantiate("Tests.first.Nothing"), nullptr);
+        EXPECT_EQ(loader.instantiate("Unknown"), nullptr);
+    }
+    ::unsetenv("TEST_PLUGIN_TRACE");
+    EXPECT_THAT(folder.lines("trace"),
+                ElementsAre("Tests.init_fails factory destroyed", "Tests.init_fails destroyed",
+                            "Tests.second factory destroyed", "Tests.second destroyed",
+                            "Tests.first factory destroyed", "Tests.first destroyed"));
+
+    PluginLoader again;
+    std::string error;
+    EXPECT_TRUE(again.load(module("first"), error)) << error;
+}
+
+} // namespace
+} // namespace Morvalin
