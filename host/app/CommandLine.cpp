@@ -67,7 +67,8 @@ void addSingle(CLI::App& command, const std::string& name, std::optional<std::st
 
 void addHostOptions(CLI::App& command, RawOptions& raw) {
     addRepeatable(command, "--plugin", raw.plugins, "FILE",
-                  "plug-in to load; default: all in ../plugins beside the program; repeatable");
+                  "plug-in to load; default: all in ../plugins beside the\n"
+                  "program's folder; repeatable");
     addSingle(command, "--log-level", raw.logLevel, "L",
               "1 detail, 2 information (default), 3 warning, 4 error");
     command.footer(footer);
@@ -75,17 +76,20 @@ void addHostOptions(CLI::App& command, RawOptions& raw) {
 
 void addStreamOptions(CLI::App& command, RawOptions& raw) {
     addRepeatable(command, "--set", raw.settings, "KEY=VALUE",
-                  "a stream property by its saved name, such as hardwareDevice, hardwarePort, "
-                  "measurementRate, maxRange, binaryQueryMode or selectedInstrument; repeatable");
+                  "a stream property by its saved name, such as hardwareDevice,\n"
+                  "hardwarePort, measurementRate, maxRange, binaryQueryMode or\n"
+                  "selectedInstrument; repeatable");
     addRepeatable(command, "--tool", raw.tools, "FILE[@PORT]",
-                  "a tool definition to register, port 1 unless given; repeatable, in order");
+                  "a tool definition to register, port 1 unless given;\n"
+                  "repeatable, in order");
     addRepeatable(command, "--serial-port", raw.serialPorts, "NAME=PATH",
-                  "what a serial port name stands for on this machine, e.g. COM3=/dev/ttyUSB0; "
-                  "repeatable");
-    addSingle(command, "--frames", raw.frames, "N",
-              "stop after so many frames of each stream; default: until interrupted");
-    addSingle(command, "--seconds", raw.seconds, "S", "stop when all streams have run so long");
-    command.add_flag("--json", raw.json, "print one JSON object a frame instead of readable lines");
+                  "what a serial port name stands for on this machine, such as\n"
+                  "COM3=/dev/ttyUSB0; repeatable");
+    addSingle(command, "--frames", raw.frames, "N", "stop after so many frames of each stream");
+    addSingle(command, "--seconds", raw.seconds, "S",
+              "stop when all streams have run so long; without --frames and\n"
+              "--seconds the streams run until Ctrl-C");
+    command.add_flag("--json", raw.json, "print one JSON object a frame, not readable lines");
     addSingle(command, "--save", raw.saveFile, "WORKSPACE",
               "write the workspace before the streams are closed");
 }

@@ -32,6 +32,18 @@ std::string join(const std::vector<std::string>& texts) {
                                   (hint.empty() ? "; there are: " + join(known) : hint));
 }
 
+Stream* createStream(StreamIoAlgorithm& algorithm, const std::string& id) {
+    const std::string fault = id + ": the stream could not be created";
+    try {
+        algorithm.compute();
+    } catch (const std::exception& exception) {
+        throw Refusal(StreamFailed, fault + ": " + exception.what());
+    }
+    if (algorithm.stream() == nullptr)
+        throw Refusal(StreamFailed, fault);
+    return algorithm.stream();
+}
+
 } // namespace
 
 StreamSession::StreamSession(const PluginLoader& plugins, const std::string& algorithmId) :
@@ -41,10 +53,7 @@ StreamSession::StreamSession(const PluginLoader& plugins, const std::string& alg
     auto* const streamAlgorithm = dynamic_cast<StreamIoAlgorithm*>(algorithm.get());
     if (streamAlgorithm == nullptr)
         throw Refusal(WrongUsage, "the algorithm \"" + algorithmId + "\" makes no stream");
-    streamAlgorithm->compute();
-    openedStream = streamAlgorithm->stream();
-    if (openedStream == nullptr)
-        throw Refusal(StreamFailed, algorithmId + ": the stream could not be created");
+    openedStream = createStream(*streamAlgorithm, algorithmId);
     uniqueName = openedStream->name();
 }
 

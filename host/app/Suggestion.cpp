@@ -37,7 +37,7 @@ std::size_t editDistance(const std::string& from, const std::string& to) {
 std::string nearest(const std::string& text, const std::vector<std::string>& candidates) {
     const std::string typed = lowerCase(text);
     // More than a third of the letters wrong is another word.
-    std::size_t best = std::max<std::size_t>(2, typed.size() / 3) + 1;
+    std::size_t best = std::max<std::size_t>(1, typed.size() / 3) + 1;
     std::string result;
     for (const std::string& candidate : candidates) {
         const std::string known = lowerCase(candidate);

@@ -55,6 +55,8 @@ int main(int argc, char** argv) {
         return refusal.status();
     } catch (const std::exception& exception) {
         printError(exception.what());
-        return StreamFailed;
+    } catch (...) {
+        printError("a plug-in failed in an unknown way");
     }
+    return StreamFailed;
 }
