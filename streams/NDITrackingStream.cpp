@@ -1,0 +1,54 @@
+#include "streams/NDITrackingStream.h"
+
+#include "streams/internal/JoinOptions.h"
+#include "streams/internal/LogText.h"
+
+#include <morvalincore/Properties.h>
+
+#include <utility>
+
+namespace Morvalin {
+
+NDITrackingStream::NDITrackingStream(std::string name) : TrackingStream(std::move(name)) {}
+NDITrackingStream::~NDITrackingStream() = default;
+
+std::vector<std::string> NDITrackingStream::measurementRateOptions() const {
+    return {};
+}
+
+std::vector<std::string> NDITrackingStream::maxRangeOptions() const {
+    return {};
+}
+
+std::int32_t NDITrackingStream::maxRange() const {
+    return 0;
+}
+
+void NDITrackingStream::setMaxRange(std::int32_t) {}
+
+void NDITrackingStream::configure(const Properties* properties) {
+    Configurable::configure(properties);
+    if (properties == nullptr)
+        return;
+    std::int32_t range = 0;
+    if (properties->param("maxRange", range) && range != maxRange())
+        setMaxRange(range);
+    for (const char* removed : {"startAfterInit", "blockingInit"})
+        if (properties->hasParam(removed))
+            logNdi(Log::Warning, "Parameter '", removed,
+                   "' was removed as it was not used anymore");
+}
+
+void NDITrackingStream::configuration(Properties* properties) {
+    Configurable::configuration(properties);
+    if (properties == nullptr)
+        return;
+    const std::vector<std::string> options = maxRangeOptions();
+    if (options.empty())
+        return;
+    properties->setParam("maxRange", maxRange());
+    properties->setParamType("maxRange", Properties::choiceParameterType);
+    properties->setParamAttributes("maxRange", {{"values", joinOptions(options)}});
+}
+
+} // namespace Morvalin

@@ -1,0 +1,119 @@
+#include "tests/streams/Rig.h"
+
+#include <morvalincore/Properties.h>
+
+#include <future>
+#include <thread>
+
+namespace Morvalin {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Runs functions again and again, each on a thread of its own, until destroyed.
+class Busy {
+public:
+    explicit Busy(std::initializer_list<std::function<void()>> functions) {
+        for (const auto& function : functions)
+            threads.emplace_back([this, function] {
+                while (!isEnding) {
+                    function();
+                    std::this_thread::yield();
+                }
+            });
+    }
+    ~Busy() {
+        isEnding = true;
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+
+private:
+    std::atomic<bool> isEnding{false};
+    std::vector<std::thread> threads;
+};
+
+/// What a panel and a workspace do, at any time.
+template <int N>
+void useLikeAPanel(PolarisAuroraTrackingStream<N>& stream) {
+    Properties properties;
+    stream.configuration(&properties);
+    stream.configure(&properties);
+    stream.setHardwareDevice(stream.hardwareDevice());
+    stream.setHardwareIPPort(stream.hardwareIPPort());
+    stream.setBinaryQueryMode(true);
+    stream.setMaxRange(0);
+    stream.setMeasurementRate(5);
+    stream.maxRangeOptions();
+    stream.instruments()->instruments();
+    stream.isInitialized();
+}
+
+TEST(Concurrency, PanelWorksDuringASearch) {
+    Rig<Vicra> rig;
+    for (int i = 0; i < 3; ++i)
+        rig.addTool("tool" + std::to_string(i), std::to_string(i));
+    rig.stream.setHardwareDevice("auto");
+    std::future<bool> isOpen = rig.stream.openAsync();
+    {
+        int registered = 0;
+        const Busy busy({[&] { useLikeAPanel(rig.stream); },
+                         [&] {
+                             if (++registered < 200)
+                                 rig.stream.registerTool({"late", "late.rom", 1, -1});
+                         }});
+        EXPECT_TRUE(isOpen.get());
+    }
+    EXPECT_GE(rig.instruments().size(), 3U);
+    EXPECT_TRUE(rig.stream.close());
+}
+
+TEST(Concurrency, OperationsAndSettingsFromManyThreads) {
+    Rig<Vega> rig;
+    rig.addTool("a", "1");
+    std::atomic<int> frames = 0;
+    rig.stream.output.connect([&](const std::shared_ptr<Data>&) {
+        ++frames;
+        rig.nextFrame();
+    });
+    rig.stream.instrumentsChanged.connect([&] { rig.stream.instruments()->mainId(); });
+    {
+        const Busy busy({[&] { useLikeAPanel(rig.stream); },
+                         [&] {
+                             rig.stream.open();
+                             rig.stream.start();
+                             std::this_thread::sleep_for(50ms);
+                         },
+                         [&] {
+                             rig.stream.stop();
+                             std::this_thread::sleep_for(20ms);
+                         },
+                         [&] {
+                             std::this_thread::sleep_for(100ms);
+                             rig.stream.close();
+                         }});
+        std::this_thread::sleep_for(2s);
+    }
+    rig.stream.close();
+    EXPECT_TRUE(rig.stream.open() && rig.stream.start());
+    const int before = frames;
+    for (int i = 0; i < 6000 && frames == before; ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_GT(frames, before);
+}
+
+TEST(Concurrency, DestroyedWhileOpening) {
+    for (const char* command : {"INIT", "PHRQ", "PVWR:0A0200"}) {
+        Rig<Vega> rig({}, {std::string("late=200@") + command});
+        rig.addTool("a", "1");
+        const std::future<bool> first = rig.stream.openAsync();
+        const std::future<bool> queued = rig.stream.closeAsync();
+        const std::future<bool> queuedToo = rig.stream.openAsync();
+        EXPECT_TRUE(rig.simulator.waitForCommand(command, 60s));
+        rig.owned.reset();
+        EXPECT_EQ(queuedToo.wait_for(0s), std::future_status::ready);
+    }
+}
+
+} // namespace
+} // namespace Morvalin

@@ -1,0 +1,215 @@
+#include "tests/streams/Rig.h"
+
+#include <morvalincore/Properties.h>
+#include <morvalincore/PropertiesXml.h>
+
+namespace Morvalin {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// Keys, values, types and attributes in their order, blocks indented.
+std::string render(const Properties& block, const std::string& indent = "") {
+    std::string text;
+    const auto add = [&](const Properties::Attributes& attributes) {
+        for (const auto& [name, value] : attributes)
+            text += " {" + name + "=" + value + "}";
+        text += "\n";
+    };
+    for (const Properties::Parameter& parameter : block.params()) {
+        text += indent + parameter.key + "=" + parameter.value;
+        if (parameter.type != 0)
+            text += " type " + std::to_string(parameter.type);
+        add(parameter.attributes);
+    }
+    for (const Properties& child : block.children()) {
+        text += indent + "<" + child.name() + ">";
+        add(child.attributes());
+        text += render(child, indent + "  ");
+    }
+    return text;
+}
+
+const char* const freshSerial =
+    "hardwareDevice=auto {label=COM port} {tooltip=Auto-detect COM port upon open}\n"
+    "measurementRate=5 type 8 "
+    "{values=9600, 14400, 19200, 38400, 57600, 115200, 921600, 1228739}\n"
+    "binaryQueryMode=true\n"
+    "selectedInstrument= {hidden=true}\n"
+    "<TrackingTargets> {hidden=true}\n";
+const char* const freshNetwork = "hardwareDevice=192.168.1.10 {label=IP address}\n"
+                                 "hardwarePort=8765\n"
+                                 "binaryQueryMode=true\n"
+                                 "selectedInstrument= {hidden=true}\n"
+                                 "<TrackingTargets> {hidden=true}\n";
+
+template <class Stream>
+class Configuration : public testing::Test {
+protected:
+    std::string write() {
+        Properties properties;
+        stream.configuration(&properties);
+        return render(properties);
+    }
+    static constexpr bool isNetwork = std::is_same_v<Stream, PolarisAuroraTrackingStream<Vega>>;
+
+    LogCapture log;
+    Stream stream;
+};
+using Families =
+    testing::Types<PolarisAuroraTrackingStream<Vicra>, PolarisAuroraTrackingStream<Vega>,
+                   PolarisAuroraTrackingStream<Aurora>>;
+TYPED_TEST_SUITE(Configuration, Families);
+
+TYPED_TEST(Configuration, WritesDefaultsAndSurvivesNull) {
+    EXPECT_EQ(this->write(), this->isNetwork ? freshNetwork : freshSerial);
+    EXPECT_EQ(this->stream.connectionType(), this->isNetwork ? TypeParam::ConnectionType::TcpIp
+                                                             : TypeParam::ConnectionType::Serial);
+    EXPECT_EQ(this->stream.uuid(), "PolarisAuroraTrackingStream");
+    EXPECT_FALSE(this->stream.isInitialized());
+    this->stream.configure(nullptr);
+    this->stream.configuration(nullptr);
+    this->stream.configure(std::make_unique<Properties>().get());
+    EXPECT_EQ(this->write(), this->isNetwork ? freshNetwork : freshSerial);
+}
+
+TYPED_TEST(Configuration, ReadsWhatItWroteFromAFile) {
+    this->stream.setHardwareDevice(this->isNetwork ? "10.0.0.7" : "\\\\.\\COM12");
+    this->stream.setHardwareIPPort(4711);
+    this->stream.setMeasurementRate(7);
+    this->stream.setBinaryQueryMode(false);
+    const NDITrackingInstrumentInfo tools[] = {
+        {"Größe \"A\" & <B>.rom", "/tmp/ a\\b\t.rom ", 3, -1}, {"", "", -1, -1}, {"x", "y", 1, 9}};
+    for (const NDITrackingInstrumentInfo& tool : tools)
+        this->stream.registerTool(tool);
+    Properties written("block");
+    this->stream.configuration(&written);
+    this->stream.configuration(&written); // as a panel does: into the same block again
+
+    Properties read;
+    std::string error;
+    ASSERT_TRUE(fromXml(toXml(written), read, error)) << error;
+    TypeParam other;
+    other.configure(&read);
+    Properties again("block");
+    other.configuration(&again);
+    EXPECT_EQ(toXml(again), toXml(written));
+    EXPECT_EQ(other.hardwareDevice(), this->stream.hardwareDevice());
+    EXPECT_EQ(other.hardwareIPPort(), this->isNetwork ? 4711 : 8765);
+    EXPECT_EQ(other.measurementRate(), this->isNetwork ? 5 : 7);
+}
+
+TYPED_TEST(Configuration, ClearsAddressesOfAnotherKind) {
+    const struct {
+        const char* address;
+        const char* ofNetwork;
+        const char* ofSerial;
+    } table[] = {
+        {"10.0.0.7", "10.0.0.7", ""},
+        {"999.999.999.999", "999.999.999.999", ""},
+        {"10.0.0.7:8765", "", ""},
+        {"1.2.3.4 auto", "", "1.2.3.4 auto"},
+        {"tracker.local", "", ""},
+        {"", "", ""},
+        {"COM9", "", "COM9"},
+        {"COM10", "", ""},
+        {"\\\\.\\COM10", "", "\\\\.\\COM10"},
+        {"\\\\.\\COM20", "", "\\\\.\\COM20"},
+        {"\\\\.\\COM21", "", ""},
+        {"COM0", "", ""},
+        {"autopilot", "", "autopilot"},
+        {"Auto", "", ""},
+        {"/dev/ttyUSB0", "", ""},
+    };
+    for (const auto& row : table) {
+        this->stream.setHardwareDevice(row.address);
+        Properties properties;
+        this->stream.configuration(&properties);
+        std::string written;
+        properties.param("hardwareDevice", written);
+        EXPECT_EQ(written, this->isNetwork ? row.ofNetwork : row.ofSerial) << row.address;
+        EXPECT_EQ(this->stream.hardwareDevice(), written) << row.address;
+    }
+}
+
+TYPED_TEST(Configuration, ReadsOldAndPartialSettings) {
+    this->stream.registerTool({"old", "old.rom", 1, -1});
+    this->log.take();
+    Properties properties;
+    properties.setParam("startAfterInit", "whatever");
+    properties.setParam("blockingInit", false);
+    properties.setParam("maxRange", 4);
+    properties.setParam("measurementRate", 8); // not one of the options
+    properties.setParam("systemType", 1);
+    Properties& targets = properties.addSubProperties("TrackingTargets");
+    targets.addSubProperties("no path").setParam("Port", 2);
+    targets.addSubProperties("no port").setParam("Path", "p.rom");
+    targets.addSubProperties("").setParam("Path", "");
+    this->stream.configure(&properties);
+    EXPECT_THAT(this->log.take(),
+                ElementsAre("[3] Parameter 'startAfterInit' was removed as it was not used anymore",
+                            "[3] Parameter 'blockingInit' was removed as it was not used anymore"));
+    EXPECT_EQ(this->stream.maxRange(), 4);
+    EXPECT_EQ(this->stream.measurementRate(), 5);
+    EXPECT_EQ(this->write(), (this->isNetwork ? freshNetwork : freshSerial) +
+                                 std::string("  <no port>\n    Path=p.rom\n    Port=-1\n"
+                                             "  <>\n    Path=\n    Port=-1\n"));
+}
+
+TYPED_TEST(Configuration, IgnoresIndicesThatAreNone) {
+    this->stream.setMaxRange(-1);
+    EXPECT_EQ(this->stream.maxRange(), 0);
+    this->stream.setMaxRange(2147483647);
+    EXPECT_EQ(this->stream.maxRange(), 2147483647);
+    for (const std::int32_t index : {-1, 8, 2147483647}) {
+        this->stream.setMeasurementRate(index);
+        EXPECT_EQ(this->stream.measurementRate(), 5);
+    }
+    this->stream.setMeasurementRate(0);
+    EXPECT_EQ(this->stream.measurementRate(), this->isNetwork ? 5 : 0);
+    EXPECT_THAT(this->log.take(), IsEmpty());
+}
+
+TEST(OpenConfiguration, RefusesChoicesAndSavesVolumesAndMainInstrument) {
+    Rig<Vega> rig;
+    rig.addTool("a.rom", "111");
+    rig.addTool("b.rom", "222");
+    Properties properties;
+    properties.setParam("maxRange", 1);
+    properties.setParam("selectedInstrument", "222");
+    rig.stream.configure(&properties);
+    ASSERT_TRUE(rig.stream.open());
+    rig.log.take();
+
+    rig.stream.configure(&properties); // nothing differs
+    EXPECT_THAT(rig.log.take(), IsEmpty());
+    rig.stream.setMaxRange(7);
+    EXPECT_EQ(rig.stream.maxRange(), 1);
+    EXPECT_THAT(rig.log.take(), ElementsAre("[4] Max Range cannot be set when connection is "
+                                            "established. Close connection first."));
+    Properties saved;
+    rig.stream.configuration(&saved);
+    EXPECT_EQ(saved.params().front().key, "maxRange");
+    EXPECT_EQ(saved.paramType("maxRange"), 8);
+    const std::vector<std::string> options = rig.stream.maxRangeOptions();
+    ASSERT_EQ(options.size(), 2U);
+    EXPECT_EQ(saved.paramAttributes("maxRange"),
+              (Properties::Attributes{{"values", options[0] + ", " + options[1]}}));
+    std::string mainId;
+    EXPECT_TRUE(saved.param("selectedInstrument", mainId));
+    EXPECT_EQ(mainId, "222");
+}
+
+TEST(OpenConfiguration, RefusesTheRateOfAnOpenSerialStream) {
+    Rig<Vicra> rig;
+    ASSERT_TRUE(rig.stream.open());
+    rig.log.take();
+    rig.stream.setMeasurementRate(5);
+    rig.stream.setMeasurementRate(8);
+    EXPECT_THAT(rig.log.take(), ElementsAre("[4] Measurement rate cannot be set when connection is "
+                                            "established. Close connection first."));
+}
+
+} // namespace
+} // namespace Morvalin

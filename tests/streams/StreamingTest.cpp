@@ -1,0 +1,322 @@
+#include "tests/streams/Rig.h"
+#include "tests/streams/SentPoses.h"
+
+#include <morvalinstream/TrackingInstrumentFiducialsData.h>
+
+#include <condition_variable>
+
+namespace Morvalin {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+using Frame = std::shared_ptr<const TrackingStreamData>;
+
+/// Tools in the ports 1 to 3, or three registered ones, with ids in the order of their handles.
+template <int N>
+std::unique_ptr<Rig<N>> makeRig(ndisim::DeviceOptions options = {}, int tools = 3) {
+    for (int port = 1; N == Aurora && port <= tools; ++port)
+        options.tools.push_back(ndisim::parseWiredTool(std::to_string(port) + ":probe:P"));
+    auto rig = std::make_unique<Rig<N>>(options);
+    for (int i = 1; N != Aurora && i <= tools; ++i)
+        rig->addTool("tool" + std::to_string(i), std::to_string(i));
+    return rig;
+}
+
+/// An open rig in tracking mode whose work is done step by step by the test.
+template <int N>
+struct Running {
+    explicit Running(ndisim::DeviceOptions options = {}, int tools = 3, bool isBinary = true) :
+        rig(makeRig<N>(std::move(options), tools)), stream(rig->stream) {
+        stream.setBinaryQueryMode(isBinary);
+        stream.output.connect([this](const std::shared_ptr<Data>& data) {
+            frame = std::dynamic_pointer_cast<const TrackingStreamData>(data);
+        });
+        EXPECT_TRUE(stream.open());
+        EXPECT_TRUE(stream.startImpl());
+        rig->log.take();
+        rig->takeCommands();
+    }
+
+    /// The frame that one step gives, null for none.
+    Frame step() {
+        frame = nullptr;
+        const auto before = std::chrono::system_clock::now();
+        const auto continuation = stream.doWork();
+        EXPECT_TRUE(continuation);
+        EXPECT_EQ(continuation->callAgain, 1);
+        EXPECT_GE(continuation->time, before + 5ms);
+        return frame;
+    }
+    Frame nextFrame() {
+        rig->nextFrame();
+        return step();
+    }
+    std::string sent() const { return rig->simulator.exchanges().back().sent; }
+
+    std::unique_ptr<Rig<N>> rig;
+    PolarisAuroraTrackingStream<N>& stream;
+    Frame frame;
+};
+
+const TrackingInstrumentFiducialsData& markersOf(const Frame& frame) {
+    return dynamic_cast<const TrackingInstrumentFiducialsData&>(*frame->components().at(0));
+}
+
+void expectPoses(const Frame& frame, const SentPoses& sent) {
+    ASSERT_TRUE(frame);
+    ASSERT_EQ(frame->instruments.size(), sent.size());
+    auto pose = sent.begin();
+    for (const TrackingInstrument& tool : frame->instruments) {
+        const SentPose& expected = (pose++)->second;
+        EXPECT_TRUE(tool.matrix.isApprox(expected.matrix(), 1e-6)) << tool.matrix;
+        EXPECT_NEAR(tool.quality, expected.quality(), 1e-6);
+        EXPECT_EQ(tool.active, expected.state != SentPose::Disabled);
+        EXPECT_EQ(tool.timestamp, frame->timestamp);
+    }
+}
+
+ndisim::ToolStateRule state(int place, ndisim::ToolCondition condition, std::uint32_t first,
+                            std::uint32_t last) {
+    return {place, condition, first, last, 0};
+}
+
+template <int N>
+void checkPoses(bool isBinary, const char* command) {
+    ndisim::DeviceOptions options;
+    options.strays = N == Aurora ? 0 : 7;
+    options.hasSingleStray = N == Vega;
+    options.toolStates = {state(3, ndisim::ToolCondition::Missing, 4, 6)};
+    Running<N> running(options, 3, isBinary);
+    const auto now = [] {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+                   std::chrono::system_clock::now().time_since_epoch())
+            .count();
+    };
+    const auto begin = now();
+    for (int i = 0; i < 10; ++i) {
+        const Frame frame = running.nextFrame();
+        expectPoses(frame, isBinary ? posesOfBinary(running.sent(), N != Aurora)
+                                    : posesOfText(running.sent()));
+        const auto& markers = markersOf(frame);
+        EXPECT_THAT(markers.identifiers, SizeIs(options.strays));
+        EXPECT_THAT(markers.identifiers, Each(0xCBF29CE484222325U));
+        ASSERT_THAT(markers.positions, SizeIs(options.strays));
+        for (unsigned k = 0; k < options.strays; ++k)
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                EXPECT_NEAR(markers.positions[k][axis],
+                            ndisim::strayPosition(
+                                N == Vega ? ndisim::Family::Vega : ndisim::Family::Vicra, k)[axis],
+                            0.005);
+        EXPECT_TRUE(begin <= frame->timestamp && frame->timestamp <= now());
+    }
+    EXPECT_THAT(running.rig->takeCommands(), Each(std::string(command)));
+    EXPECT_THAT(running.rig->log.take(), IsEmpty());
+}
+
+TEST(Streaming, PosesAreThoseThatWereSent) {
+    checkPoses<Vega>(true, "BX:180F");
+    checkPoses<Vega>(false, "TX:1005");
+    checkPoses<Vicra>(true, "BX:180F");
+    checkPoses<Vicra>(false, "TX:1005");
+    checkPoses<Aurora>(true, "BX:0801");
+    checkPoses<Aurora>(false, "TX:1005");
+}
+
+TEST(Streaming, TextAgreesWithBinary) {
+    Running<Vega> binary;
+    Running<Vega> text({}, 3, false);
+    for (int i = 0; i < 5; ++i) {
+        const Frame exact = binary.nextFrame();
+        const Frame rounded = text.nextFrame();
+        ASSERT_TRUE(exact && rounded);
+        for (std::size_t tool = 0; tool < 3; ++tool) {
+            const Matrix4 difference =
+                exact->instruments[tool].matrix - rounded->instruments[tool].matrix;
+            EXPECT_LT(difference.rightCols<1>().cwiseAbs().maxCoeff(), 0.0051); // mm
+            EXPECT_LT((difference.topLeftCorner<3, 3>().cwiseAbs().maxCoeff()), 3e-4);
+            EXPECT_NEAR(exact->instruments[tool].quality, rounded->instruments[tool].quality, 1e-5);
+        }
+    }
+    text.stream.setBinaryQueryMode(true); // takes effect at once
+    EXPECT_TRUE(text.nextFrame());
+    EXPECT_EQ(text.rig->takeCommands().back(), "BX:180F");
+}
+
+TEST(Streaming, OldFramesAreNotHandedOut) {
+    Running<Vega> running;
+    ASSERT_TRUE(running.nextFrame());
+    const auto before = running.rig->instruments();
+    EXPECT_FALSE(running.step());
+    EXPECT_EQ(running.rig->instruments()[0].timestamp, before[0].timestamp);
+    EXPECT_TRUE(running.stream.stopImpl() && running.stream.startImpl());
+    EXPECT_TRUE(running.nextFrame());
+    EXPECT_THAT(running.rig->takeCommands(),
+                ElementsAre("BX:180F", "BX:180F", "TSTOP:", "TSTART:", "BX:180F"));
+}
+
+TEST(Streaming, DisabledToolsStayInactiveAndMissingOnesComeBack) {
+    ndisim::DeviceOptions options;
+    options.toolStates = {state(2, ndisim::ToolCondition::Missing, 3, 3),
+                          state(3, ndisim::ToolCondition::Disabled, 3, 3)};
+    Running<Vega> running(options);
+    ASSERT_TRUE(running.nextFrame()); // 2
+    std::int64_t disabledAt = 0;
+    for (std::uint32_t number = 3; number < 6; ++number) {
+        const Frame frame = running.nextFrame();
+        SentPoses sent = posesOfBinary(running.sent(), true);
+        ASSERT_TRUE(frame);
+        const auto& tools = frame->instruments;
+        EXPECT_TRUE(tools[1].active);
+        EXPECT_TRUE(tools[1].matrix.isApprox(sent[0x0B].matrix(), 1e-6));
+        EXPECT_EQ(tools[1].timestamp, tools[0].timestamp);
+        EXPECT_FALSE(tools[2].active);
+        EXPECT_EQ(tools[2].matrix, Matrix4(Matrix4::Identity()));
+        EXPECT_EQ(tools[2].quality, 0);
+        if (number == 3)
+            disabledAt = tools[0].timestamp;
+        EXPECT_EQ(tools[2].timestamp, disabledAt);
+    }
+    running.stream.instruments()->setActive("3", true);
+    const Frame frame = running.nextFrame();
+    expectPoses(frame, posesOfBinary(running.sent(), true));
+}
+
+TEST(Streaming, OnlyTheMainInstrumentDecides) {
+    ndisim::DeviceOptions options;
+    options.toolStates = {state(1, ndisim::ToolCondition::Disabled, 2, 3)};
+    Running<Vega> running(options, 2);
+    EXPECT_TRUE(running.step()); // 1
+    EXPECT_FALSE(running.nextFrame());
+    EXPECT_FALSE(running.nextFrame());
+    EXPECT_TRUE(running.nextFrame()); // 4: nothing of a disabled main tool is stored
+
+    auto registry = running.stream.instruments();
+    registry->create(TrackerID("0", "not of the device", ""), true);
+    registry->setMainById("0");
+    EXPECT_FALSE(running.nextFrame());
+    EXPECT_THAT(running.rig->log.take(),
+                ElementsAre("[4] ThreadSafeInstruments: modify: Special object for instrument "
+                            "with ID 0 does not exist"));
+}
+
+TEST(Streaming, WithoutInstrumentsEveryAnswerIsAFrame) {
+    ndisim::DeviceOptions options;
+    options.strays = 3;
+    Running<Vega> running(options, 0);
+    for (int i = 0; i < 3; ++i) {
+        const Frame frame = running.step();
+        ASSERT_TRUE(frame);
+        EXPECT_THAT(frame->instruments, IsEmpty());
+        EXPECT_THAT(markersOf(frame).positions, SizeIs(3));
+    }
+}
+
+TEST(Streaming, StrayCountsBeyondWhatCanBeToldAreCut) {
+    struct Row {
+        unsigned strays;
+        std::size_t listed;
+    };
+    const auto check = [](bool isBinary, const std::vector<Row>& table) {
+        Running<Vega> running({}, 1, isBinary);
+        for (const Row& row : table) {
+            running.rig->simulator.withDevice(
+                [&](ndisim::Device& device) { device.setStrays(row.strays); });
+            const Frame frame = running.nextFrame();
+            ASSERT_TRUE(frame) << row.strays;
+            EXPECT_THAT(markersOf(frame).positions, SizeIs(row.listed));
+        }
+    };
+    check(true, {{50, 50}, {127, 127}, {128, 0}, {140, 0}, {3, 3}});
+    check(false, {{50, 50}, {51, 50}, {90, 50}, {3, 3}});
+}
+
+TEST(Streaming, FramesResumeAfterErrors) {
+    const struct {
+        const char* fault;
+        const char* log;
+    } table[] = {
+        {"error=0D@*#1", "[4] NDI Tracking System Error: 13 "},
+        {"crc@*#1", "[4] NDI Tracking System Error: 256 "},
+        {"no-answer@*#1", "[4] NDI Tracking System Error: 1024 "},
+        {"late=150@*#1", "[4] NDI Tracking System Error: 1024 "},
+        {"cut=20@*#1", "[4] NDI Tracking System Error: 1024 "},
+    };
+    for (const bool isBinary : {true, false}) {
+        Running<Vega> running({}, 2, isBinary);
+        for (const auto& row : table) {
+            SCOPED_TRACE(row.fault);
+            EXPECT_TRUE(running.nextFrame());
+            running.rig->simulator.addFault(row.fault);
+            EXPECT_FALSE(running.nextFrame());
+            EXPECT_THAT(running.rig->log.take(), ElementsAre(StartsWith(row.log)));
+            running.rig->simulator.clearFaults();
+            std::this_thread::sleep_for(200ms); // until a late answer is there
+            const Frame frame = running.nextFrame();
+            const std::string sent = running.sent();
+            expectPoses(frame, isBinary ? posesOfBinary(sent, true) : posesOfText(sent));
+        }
+    }
+}
+
+template <int N>
+void checkLostDevice() {
+    Running<N> running({}, N == Aurora ? 1 : 2);
+    ASSERT_TRUE(running.nextFrame());
+    if (N == Vega)
+        running.rig->simulator.closeConnection();
+    else
+        running.rig->simulator.unplug();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_FALSE(running.nextFrame());
+    EXPECT_THAT(running.rig->log.take(), Each(StartsWith("[4] NDI Tracking System Error: ")));
+    EXPECT_TRUE(running.stream.close());
+    if (N != Vega)
+        running.rig->simulator.replug();
+    EXPECT_TRUE(running.stream.open());
+    EXPECT_TRUE(running.stream.startImpl());
+    running.nextFrame(); // a device that counts anew may repeat the last number
+    EXPECT_TRUE(running.nextFrame());
+}
+
+TEST(Streaming, SurvivesALostDevice) {
+    checkLostDevice<Vega>();
+    checkLostDevice<Vicra>();
+}
+
+TEST(Streaming, HostRunsTheStream) {
+    const auto rig = makeRig<Vega>();
+    std::mutex mutex;
+    std::condition_variable arrived;
+    int frames = 0;
+    rig->stream.output.connect([&](const std::shared_ptr<Data>&) {
+        // Receivers may call back: no lock of the stream is held.
+        EXPECT_THAT(rig->stream.maxRangeOptions(), SizeIs(2));
+        EXPECT_THAT(rig->instruments(), SizeIs(3));
+        rig->nextFrame();
+        const std::lock_guard lock(mutex);
+        ++frames;
+        arrived.notify_all();
+    });
+    ASSERT_TRUE(rig->stream.open());
+    rig->takeCommands();
+    ASSERT_TRUE(rig->stream.start());
+    {
+        std::unique_lock lock(mutex);
+        ASSERT_TRUE(arrived.wait_for(lock, 60s, [&] { return frames >= 20; }));
+    }
+    EXPECT_TRUE(rig->stream.stop());
+    Lines commands = rig->takeCommands();
+    ASSERT_GE(commands.size(), 22U);
+    EXPECT_EQ(commands.front(), "TSTART:");
+    EXPECT_EQ(commands.back(), "TSTOP:");
+    EXPECT_THAT(Lines(commands.begin() + 1, commands.end() - 1), Each(std::string("BX:180F")));
+}
+
+} // namespace
+} // namespace Morvalin

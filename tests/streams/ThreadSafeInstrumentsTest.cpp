@@ -1,0 +1,165 @@
+#include "streams/ThreadSafeInstruments.h"
+#include "tests/streams/LogCapture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Morvalin {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Registry = ThreadSafeInstruments<NDITrackingInstrumentInfo>;
+
+struct Step {
+    const char* what;
+    std::function<std::uint32_t(Registry&)> operation;
+    std::uint32_t flags;
+    const char* mainId;
+    std::uint32_t mainIndex;
+    const char* log; ///< without level and category; empty for none
+};
+
+std::unique_ptr<NDITrackingInstrumentInfo> info(std::int32_t handle) {
+    auto record = std::make_unique<NDITrackingInstrumentInfo>();
+    record->portHandle = handle;
+    return record;
+}
+
+void run(const std::vector<Step>& steps) {
+    Registry registry;
+    LogCapture log;
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.what);
+        EXPECT_EQ(step.operation(registry), step.flags);
+        EXPECT_EQ(registry.mainId(), step.mainId);
+        EXPECT_EQ(registry.mainIndex(), step.mainIndex);
+        const auto lines = log.take();
+        if (*step.log == '\0')
+            EXPECT_THAT(lines, IsEmpty());
+        else
+            EXPECT_THAT(lines, ElementsAre("[4] ThreadSafeInstruments: " + std::string(step.log)));
+    }
+}
+
+TEST(ThreadSafeInstruments, KeepsTrackOfTheMainInstrument) {
+    const auto create = [](const char* id) {
+        return [id](Registry& r) { return r.create(TrackerID(id, "n", "m"), true); };
+    };
+    run({
+        {"clear when empty", [](Registry& r) { return r.clear(); }, 0, "", 0, ""},
+        {"index of an empty registry", [](Registry& r) { return r.setMainByIndex(1); }, 0, "", 0,
+         "Index 1 exceeds size of instruments"},
+        {"first", create("9"), 4 | 2, "9", 0, ""},
+        {"second, before it in byte order", create("10"), 4, "9", 0, ""},
+        {"double", create("9"), 0, "9", 0, "create: Instrument with ID 9 already exists"},
+        {"same index, though another stands there", [](Registry& r) { return r.setMainByIndex(0); },
+         0, "9", 0, ""},
+        {"same id at its place", [](Registry& r) { return r.setMainByIndex(1); }, 0, "9", 1, ""},
+        {"index equal to the count", [](Registry& r) { return r.setMainByIndex(2); }, 0, "9", 1,
+         "Index 2 exceeds size of instruments"},
+        {"by index", [](Registry& r) { return r.setMainByIndex(0); }, 2, "10", 0, ""},
+        {"by id", [](Registry& r) { return r.setMainById("9"); }, 2, "9", 1, ""},
+        {"by the same id", [](Registry& r) { return r.setMainById("9"); }, 0, "9", 1, ""},
+        {"by unknown id", [](Registry& r) { return r.setMainById("x"); }, 0, "9", 1,
+         "setMainById: Instrument with ID x not found"},
+        {"remove another", [](Registry& r) { return r.remove("10"); }, 4, "9", 1, ""},
+        {"remove unknown", [](Registry& r) { return r.remove("10"); }, 0, "9", 1,
+         "remove: Instrument with ID 10 not found"},
+        {"third", create("7"), 4, "9", 1, ""},
+        {"remove the main one", [](Registry& r) { return r.remove(r.mainId()); }, 4 | 2, "7", 0,
+         ""},
+        {"remove the last one", [](Registry& r) { return r.remove("7"); }, 4 | 2, "", 0, ""},
+        {"counted ids", [](Registry& r) { return r.create("t-", "model", "name", true); }, 4 | 2,
+         "t-0", 0, ""},
+        {"next number", [](Registry& r) { return r.create("t-", "model", "name", true); }, 4, "t-0",
+         0, ""},
+        {"clear", [](Registry& r) { return r.clear(); }, 4 | 2, "", 0, ""},
+    });
+}
+
+TEST(ThreadSafeInstruments, ReportsWhatAModificationChanged) {
+    using Change = std::function<void(TrackingInstrument&)>;
+    const auto apply = [](Change change) {
+        return [change](Registry& r) {
+            return r.modify("a",
+                            [&](const std::string&, TrackingInstrument& live) { change(live); });
+        };
+    };
+    const char* const idLog =
+        "ID must not be modified. TrackingInstrument is reset to state before modification";
+    run({
+        {"create",
+         [](Registry& r) {
+             return r.create({"a", "n", "m"}, info(7), true);
+         },
+         6, "a", 0, ""},
+        {"nothing", apply([](auto&) {}), 0, "a", 0, ""},
+        {"active only", apply([](auto& i) { i.active = false; }), 0, "a", 0, ""},
+        {"tool type only", apply([](auto& i) { i.toolType = "Probe"; }), 0, "a", 0, ""},
+        {"name", apply([](auto& i) { i.trackerId.name = "N"; }), 4, "a", 0, ""},
+        {"model", apply([](auto& i) { i.trackerId.modelNumber = "M"; }), 4, "a", 0, ""},
+        {"timestamp", apply([](auto& i) { i.timestamp = 5; }), 1, "a", 0, ""},
+        {"last of the matrix", apply([](auto& i) { i.matrix(3, 3) = 2; }), 1, "a", 0, ""},
+        {"quality", apply([](auto& i) { i.quality = 0.5; }), 1, "a", 0, ""},
+        {"state", apply([](auto& i) { i.trackingState = 3; }), 1, "a", 0, ""},
+        {"id and name", apply([](auto& i) {
+             i.trackerId = {"b", "x", "y"};
+         }),
+         0, "a", 0, idLog},
+        {"put back", apply([](auto& i) { EXPECT_EQ(i.trackerId, TrackerID("a", "N", "M")); }), 0,
+         "a", 0, ""},
+        {"name and data", apply([](auto& i) { i.trackerId.name = "n", i.quality = 1; }), 5, "a", 0,
+         ""},
+        {"same pose", [](Registry& r) { return r.setPose("a", Matrix4::Identity(), 1, 5, 3); }, 1,
+         "a", 0, ""},
+        {"pose of unknown id",
+         [](Registry& r) { return r.setPose("b", Matrix4::Identity(), 1, 5, 3); }, 0, "a", 0, ""},
+        {"reset", [](Registry& r) { return r.resetPoses(5); }, 1, "a", 0, ""},
+        {"reset again", [](Registry& r) { return r.resetPoses(5); }, 0, "a", 0, ""},
+        {"unknown id", [](Registry& r) { return r.modify("b", Registry::ModifySpecialFunction()); },
+         0, "a", 0, ""},
+        {"one without a record", [](Registry& r) { return r.create(TrackerID("b", "", ""), true); },
+         4, "a", 0, ""},
+        {"its record", [](Registry& r) { return r.modify("b", Registry::ModifySpecialFunction()); },
+         0, "a", 0, "modify: Special object for instrument with ID b does not exist"},
+        {"all records",
+         [](Registry& r) {
+             return r.modifyAll(
+                 [](const std::string&, TrackingInstrument& i, NDITrackingInstrumentInfo& record) {
+                     EXPECT_EQ(record.portHandle, 7);
+                     i.quality = 0.25;
+                 });
+         },
+         1, "a", 0, "modifyAll: Special object for instrument with ID b does not exist"},
+    });
+}
+
+TEST(ThreadSafeInstruments, AnswersForUnknownIds) {
+    Registry registry;
+    LogCapture log;
+    registry.create("base", "model", "name", false);
+    EXPECT_EQ(registry.instrument("base0")->trackerId, TrackerID("base0", "name", "model"));
+    EXPECT_EQ(registry.name("base0"), "name");
+    EXPECT_FALSE(registry.isActive("base0"));
+    EXPECT_EQ(registry.setActive("base0", true), 0U);
+    EXPECT_TRUE(registry.mainInstrument()->active);
+    EXPECT_THAT(log.take(), IsEmpty());
+
+    EXPECT_EQ(registry.name("x"), "");
+    EXPECT_FALSE(registry.instrument("x"));
+    EXPECT_FALSE(registry.isActive("x"));
+    EXPECT_EQ(registry.setActive("x", true), 0U);
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre("[4] ThreadSafeInstruments: isActive: Instrument with ID x not found",
+                    "[4] ThreadSafeInstruments: setActive: Instrument with ID x not found"));
+    EXPECT_THROW(registry.modifyAll(Registry::ModifyFunction()), std::bad_function_call);
+    registry.clear();
+    EXPECT_EQ(registry.modifyAll(Registry::ModifyFunction()), 0U);
+    EXPECT_FALSE(registry.mainInstrument());
+}
+
+} // namespace
+} // namespace Morvalin

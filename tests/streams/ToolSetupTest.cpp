@@ -1,0 +1,307 @@
+#include "tests/streams/Rig.h"
+
+#include <morvalincore/Properties.h>
+
+#include <QFile>
+
+namespace Morvalin {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+const char* const reservedNumber = "[3] The part number 999999999 is reserved for internal "
+                                   "purposes. Consider using another part number.";
+const char* const noInstruments = "[3] No tracking instruments initialized!";
+
+std::vector<std::uint8_t> contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::vector<std::uint8_t> bytes(std::istreambuf_iterator<char>(file), {});
+    bytes.resize(1024);
+    return bytes;
+}
+
+template <int N>
+void wantMain(Rig<N>& rig, const std::string& id) {
+    Properties properties;
+    properties.setParam("selectedInstrument", id);
+    rig.stream.configure(&properties);
+}
+
+TEST(OpticalTools, AreLoadedInTheOrderOfRegistration) {
+    Rig<Vega> rig;
+    const std::string second = rig.addTool("second.rom", "0222");
+    const std::string first = rig.addTool("first.rom", "111");
+    EXPECT_THAT(rig.log.take(),
+                ElementsAre("[2] Instrument second.rom registered to instrument list. Instrument "
+                            "will be loaded when opening stream.",
+                            "[2] Instrument first.rom registered to instrument list. Instrument "
+                            "will be loaded when opening stream."));
+    ASSERT_TRUE(rig.stream.open());
+    EXPECT_THAT(rig.takeCommands(),
+                ElementsAre("INIT:", "SFLIST:03", "VSEL:1", "PHSR:01", "PHRQ:*********1****",
+                            "16 x PVWR:0A", "PINIT:0A", "PENA:0AD", "PHRQ:*********1****",
+                            "16 x PVWR:0B", "PINIT:0B", "PENA:0BD"));
+    EXPECT_THAT(rig.log.take(Log::Warning), IsEmpty());
+    const auto tools = rig.instruments();
+    ASSERT_EQ(tools.size(), 2U);
+    EXPECT_EQ(tools[0].trackerId, TrackerID("111", "first.rom", ""));
+    EXPECT_EQ(tools[1].trackerId, TrackerID("222", "second.rom", ""));
+    EXPECT_EQ(tools[0].toolType, "Unknown");
+    EXPECT_TRUE(tools[0].active && tools[1].active);
+    EXPECT_EQ(rig.stream.instruments()->mainId(), "222"); // the first one entered
+    rig.simulator.withDevice([&](ndisim::Device& device) {
+        EXPECT_EQ(device.loadedImage(0x0A), contentOf(second));
+        EXPECT_EQ(device.loadedImage(0x0B), contentOf(first));
+    });
+}
+
+TEST(OpticalTools, AreNamedByTheirPartNumber) {
+    struct Row {
+        const char* what;
+        std::string partNumber;
+        std::size_t size;
+        Lines ids; ///< empty: the open fails
+        Lines log;
+    };
+    const std::string outOfRange =
+        "[4] Error during initalization of the NDI tracking system: stoi argument out of range";
+    const Row table[] = {
+        {"number", "2147483647", 1024, {"2147483647"}, {}},
+        {"empty", "", 1024, {"999999999"}, {reservedNumber}},
+        {"not a number", "12A", 1024, {"999999999"}, {reservedNumber}},
+        {"signed", "-12", 1024, {"999999999"}, {reservedNumber}},
+        {"reserved", "999999999", 1024, {"999999999"}, {reservedNumber}},
+        {"file that ends in the number", "12345", 595, {"123"}, {}},
+        {"empty file", "12345", 0, {"999999999"}, {reservedNumber}},
+        {"unterminated", std::string(431, '0') + "78", 1024, {"7"}, {}},
+        {"too large", "2147483648", 1024, {}, {outOfRange}},
+    };
+    for (const Row& row : table) {
+        SCOPED_TRACE(row.what);
+        Rig<Vega> rig;
+        const std::string path = rig.folder.writeTool("tool.rom", row.partNumber, row.size);
+        rig.stream.registerTool({"tool", path, 1, -1});
+        EXPECT_EQ(rig.stream.open(), !row.ids.empty());
+        EXPECT_THAT(rig.log.take(Log::Warning), ElementsAreArray(row.log));
+        Lines ids;
+        for (const TrackingInstrument& tool : rig.instruments())
+            ids.push_back(tool.trackerId.ID);
+        EXPECT_THAT(ids, ElementsAreArray(row.ids));
+        rig.simulator.withDevice(
+            [&](ndisim::Device& device) { EXPECT_EQ(device.loadedImage(0x0A), contentOf(path)); });
+    }
+}
+
+TEST(OpticalTools, WithoutAFileAreZeros) {
+    Rig<Vega> rig;
+    for (const char* path : {"/nonexistent.rom", ":/", "/tmp"})
+        rig.stream.registerTool({"tool", path, 1, -1});
+    ASSERT_TRUE(rig.stream.open());
+    const std::string twice =
+        "[4] ThreadSafeInstruments: create: Instrument with ID 999999999 already exists";
+    EXPECT_THAT(rig.log.take(Log::Warning),
+                ElementsAre(reservedNumber, reservedNumber, twice, reservedNumber, twice));
+    EXPECT_THAT(rig.takeCommands(), testing::Contains("PENA:0CD"));
+    rig.simulator.withDevice([](ndisim::Device& device) {
+        EXPECT_EQ(device.loadedImage(0x0B), std::vector<std::uint8_t>(1024));
+    });
+}
+
+TEST(OpticalTools, AreSkippedWhenTheUploadFails) {
+    Rig<Vega> rig({}, {"error=0D@PVWR:0A0080"});
+    const std::string path = rig.addTool("bad.rom", "111");
+    rig.addTool("good.rom", "222");
+    wantMain(rig, "111"); // which will not be there
+    ASSERT_TRUE(rig.stream.open());
+    EXPECT_THAT(rig.takeCommands(),
+                ElementsAre("INIT:", "SFLIST:03", "VSEL:1", "PHSR:01", "PHRQ:*********1****",
+                            "3 x PVWR:0A", "PHRQ:*********1****", "16 x PVWR:0B", "PINIT:0B",
+                            "PENA:0BD"));
+    EXPECT_THAT(
+        rig.log.take(Log::Warning),
+        ElementsAre(StartsWith("[4] NDI Tracking System Error: 13 "),
+                    "[4] ROM file for bad.rom could not be uploaded from " + path,
+                    "[4] ThreadSafeInstruments: setMainById: Instrument with ID 111 not found"));
+    EXPECT_EQ(rig.stream.instruments()->mainId(), "222");
+}
+
+TEST(OpticalTools, DummyToolLetsMarkersBeSeen) {
+    const struct {
+        Lines faults;
+        bool loads;
+        Lines log;
+    } table[] = {
+        {{}, true, {noInstruments}},
+        {{"error=01@PVWR#16"},
+         false,
+         {"[4] NDI Tracking System Error: 1 Invalid command",
+          "[4] Querying raw fiducials not possible", noInstruments}},
+    };
+    for (const auto& row : table) {
+        Rig<Vega> rig({}, row.faults);
+        wantMain(rig, "111"); // forgotten without a word
+        ASSERT_TRUE(rig.stream.open());
+        EXPECT_EQ(testing::Value(rig.takeCommands(), testing::Contains("PENA:0AD")), row.loads);
+        EXPECT_THAT(rig.log.take(Log::Warning), ElementsAreArray(row.log));
+        EXPECT_THAT(rig.instruments(), IsEmpty());
+        rig.simulator.withDevice([&](ndisim::Device& device) {
+            EXPECT_EQ(device.loadedPartNumber(0x0A), row.loads ? "999999999" : "");
+        });
+    }
+    QFile dummy(":/tools/dummy_tool.rom");
+    ASSERT_TRUE(dummy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(dummy.size(), 1024);
+}
+
+TEST(OpticalTools, ExceptionLeavesTheStreamClosedAndTheNextOpenWorks) {
+    Rig<Vega> rig;
+    rig.addTool("good.rom", "111");
+    rig.addTool("bad.rom", "99999999999");
+    EXPECT_FALSE(rig.stream.open());
+    EXPECT_EQ(rig.instruments().size(), 1U);
+    Properties properties;
+    properties.addSubProperties("TrackingTargets");
+    rig.stream.configure(&properties);
+    EXPECT_TRUE(rig.stream.open());
+    EXPECT_THAT(rig.instruments(), IsEmpty());
+}
+
+TEST(OpticalTools, SignalsTellWhatChanged) {
+    Rig<Vega> rig;
+    rig.addTool("a.rom", "1");
+    Lines emitted;
+    const auto note = [&emitted](const char* what) {
+        return [&emitted, what] { emitted.push_back(what); };
+    };
+    rig.stream.instrumentDataChanged.connect(note("data"));
+    rig.stream.mainInstrumentChanged.connect(note("main"));
+    rig.stream.instrumentsChanged.connect(note("instruments"));
+    ASSERT_TRUE(rig.stream.open());
+    EXPECT_THAT(emitted, testing::UnorderedElementsAre("main", "instruments"));
+    emitted.clear();
+    rig.stream.close();
+    EXPECT_THAT(emitted, testing::UnorderedElementsAre("main", "instruments"));
+    EXPECT_THAT(rig.instruments(), IsEmpty());
+}
+
+ndisim::WiredTool plugged(int port, const std::string& type, const std::string& partNumber) {
+    ndisim::WiredTool tool;
+    tool.port = port;
+    tool.type = type;
+    tool.partNumber = partNumber;
+    tool.serialNumber = "3A00000" + std::to_string(port % 10);
+    return tool;
+}
+
+TEST(AuroraTools, AreDescribedByTheirInformation) {
+    ndisim::DeviceOptions options;
+    const struct {
+        const char* information;
+        const char* partNumber;
+        const char* type;
+    } table[] = {
+        {"01000000", "610", "Reference"},
+        {"02100000", "61-3AAA-1", "Stylus"},
+        {"02100000", "61-36C3", "Wire"},
+        {"02000000", "36C3", "Wire"},
+        {"02000000", "3AAA", "Probe"},
+        {"03FFFFFF", "A B", "Switch"},
+        {"05000000", "5", "Microscope"},
+        {"07000000", "7", "Calibration Device"},
+        {"08000000", "8", "Strober"},
+        {"0A000000", "10", "C-Arm"},
+        {"0B000000", "11", "Catheter"},
+        {"04000000", "4", "Unknown"},
+        {"0C000000", "12345678901234567890", "Unknown"},
+    };
+    int port = 0;
+    for (const auto& row : table)
+        options.tools.push_back(plugged(++port, row.information, row.partNumber));
+    Rig<Aurora> rig(options);
+    ASSERT_TRUE(rig.stream.open());
+    EXPECT_THAT(rig.log.take(Log::Warning), IsEmpty());
+    port = 0;
+    for (const auto& row : table) {
+        SCOPED_TRACE(row.information);
+        const std::string id = std::to_string(++port) + "-" + row.partNumber;
+        const auto tool = rig.stream.instruments()->instrument(id);
+        ASSERT_TRUE(tool) << id;
+        EXPECT_EQ(tool->toolType, row.type);
+        const std::string name =
+            row.information + std::string("MORVALIN SIM0013A00000") + std::to_string(port % 10);
+        EXPECT_EQ(tool->trackerId, TrackerID(id, name, row.partNumber));
+        EXPECT_TRUE(tool->active);
+    }
+}
+
+TEST(AuroraTools, LogsAndSendsEveryStep) {
+    ndisim::DeviceOptions options;
+    options.tools = {plugged(1, "02000000", "610"), ndisim::parseWiredTool("3:empty"),
+                     ndisim::parseWiredTool("12:blank")};
+    Rig<Aurora> rig(options);
+    wantMain(rig, "12-");
+    rig.stream.open();
+    const Lines commands = rig.takeCommands();
+    EXPECT_THAT(Lines(commands.begin() + 6, commands.end()),
+                ElementsAre("PHSR:00", "PHINF:0A0020", "PINIT:0A", "PENA:0AD", "PHINF:0A0025",
+                            "PHINF:150020", "PINIT:15", "PENA:15D", "PHINF:150025"));
+    const Lines log = rig.log.take();
+    EXPECT_THAT(
+        Lines(log.begin() + 5, log.end()),
+        ElementsAre("[1] Querying connected NDI tools...", "[1] Found 3 ports.",
+                    "[1] Tool in port 0!", "[1] Physical port is 1!",
+                    "[1] Trying to initialized tool in port 0...", "[1] Enabling tool in port 0...",
+                    "[1] Obtaining tool meta data, port 0...", "[1] Tool in port 2!",
+                    "[1] Physical port is 12!", "[1] Trying to initialized tool in port 2...",
+                    "[1] Enabling tool in port 2...", "[1] Obtaining tool meta data, port 2...",
+                    "[1] Full initialization complete!"));
+    const auto blank = rig.stream.instruments()->mainInstrument();
+    ASSERT_TRUE(blank);
+    EXPECT_EQ(blank->trackerId.name, "00000000001200");
+    EXPECT_EQ(blank->toolType, "Unknown");
+}
+
+TEST(AuroraTools, ReadyOnesAreOnlyEntered) {
+    ndisim::DeviceOptions options;
+    options.tools = {plugged(1, "02000000", "610"), plugged(2, "02000000", "620")};
+    Rig<Aurora> rig(options, {"reply=020A0310B011@PHSR", "error=01@PHINF:0A0020"});
+    ASSERT_TRUE(rig.stream.open());
+    const Lines commands = rig.takeCommands();
+    EXPECT_THAT(
+        Lines(commands.begin() + 7, commands.end()),
+        ElementsAre("PHINF:0A0020", "PHINF:0A0025", "PHINF:0B0020", "PENA:0BD", "PHINF:0B0025"));
+    // Without a location the port is 0.
+    EXPECT_TRUE(rig.stream.instruments()->instrument("0-610"));
+    EXPECT_TRUE(rig.stream.instruments()->instrument("2-620"));
+}
+
+TEST(AuroraTools, RegisteredOnesKeepTheirOwnHandle) {
+    ndisim::DeviceOptions options;
+    options.tools = {plugged(1, "02000000", "610"), plugged(2, "02000000", "620")};
+    Rig<Aurora> rig(options);
+    const std::string lost = rig.addTool("lost.rom", "5", 1);
+    const std::string kept = rig.folder.writeTool("kept.rom", "6");
+    rig.stream.registerTool({"kept.rom", kept, 2, 0x0B});
+    rig.stream.registerTool({"ignored.rom", kept, 2, 0x0A});
+    rig.log.take();
+    ASSERT_TRUE(rig.stream.open());
+    const Lines commands = rig.takeCommands();
+    EXPECT_THAT(Lines(commands.begin() + 7, commands.end()),
+                ElementsAre("PHINF:0A0020", "1 x PVWR:FFFFFFFF", "PINIT:FFFFFFFF", "PENA:FFFFFFFFD",
+                            "PHINF:FFFFFFFF0025", "PHINF:0B0020", "16 x PVWR:0B", "PINIT:0B",
+                            "PENA:0BD", "PHINF:0B0025"));
+    const Lines log = rig.log.take(Log::Information);
+    EXPECT_THAT(log,
+                testing::Contains("[4] ROM file for lost.rom could not be uploaded from " + lost));
+    EXPECT_THAT(log, testing::Contains("[2] ROM file for kept.rom uploaded from " + kept));
+    const auto tools = rig.instruments();
+    ASSERT_EQ(tools.size(), 2U);
+    EXPECT_EQ(tools[0].trackerId, TrackerID("1-", "lost.rom", ""));
+    EXPECT_EQ(tools[1].trackerId, TrackerID("2-6", "kept.rom", "6"));
+}
+
+} // namespace
+} // namespace Morvalin
