@@ -1,0 +1,210 @@
+#include <morvalincore/GlobalSettings.h>
+#include <morvalincore/Log.h>
+#include <morvalinlib/MorvalinLibPlugin.h>
+#include <morvalinlib/PluginLoader.h>
+#include <morvalinlib/StreamIoAlgorithm.h>
+#include <morvalinlib/WorkspaceConversionRegistry.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+namespace Morvalin {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+const char* const vegaId = "NDITracking.PolarisVegaTrackingStream";
+const char* const vicraId = "NDITracking.PolarisVicraTrackingStream";
+const char* const auroraId = "NDITracking.AuroraTrackingStream";
+const char* const legacyId = "NDITracking.PolarisAuroraTrackingStream";
+
+class Plugin : public testing::Test {
+protected:
+    Plugin() {
+        std::string error;
+        EXPECT_TRUE(loader.load(MODULE_FILE, error)) << error;
+    }
+    MorvalinLibPlugin& plugin() const {
+        return dynamic_cast<MorvalinLibPlugin&>(*loader.plugins().at(0).plugin);
+    }
+    std::unique_ptr<IoAlgorithm> create(const char* id) const {
+        return plugin().algorithmFactory()->instantiateIoAlgorithm(id, {});
+    }
+
+    PluginLoader loader;
+};
+
+TEST_F(Plugin, SaysWhatItIs) {
+    EXPECT_EQ(loader.plugins().at(0).id, "Morvalin.NDI");
+    EXPECT_FALSE(plugin().vendorName().empty());
+    EXPECT_EQ(plugin().description(), "Plugin for real-time streaming from NDI tracking systems");
+    EXPECT_THAT(plugin().dependencies(), ElementsAre("Morvalin.Stream"));
+
+    void* const library = dlopen(MODULE_FILE, RTLD_NOW | RTLD_NOLOAD);
+    ASSERT_NE(library, nullptr);
+    EXPECT_STREQ(*static_cast<const char* const*>(dlsym(library, "morvalinPluginDescriptor")),
+                 "__MORVALIN_PLUGIN_V2_MAGIC_STRING__|hostversion=4.4.6|"
+                 "buildflags=MSC_VER:1929,IDL:0|pluginversion=");
+    dlclose(library);
+}
+
+TEST_F(Plugin, ExportsThreeNames) {
+    FILE* const list = popen(NM " -D --defined-only " MODULE_FILE, "r");
+    ASSERT_NE(list, nullptr);
+    std::string text;
+    for (int character = std::fgetc(list); character != EOF; character = std::fgetc(list))
+        text += static_cast<char>(character);
+    EXPECT_EQ(pclose(list), 0);
+    std::vector<std::string> names;
+    std::istringstream words(text);
+    for (std::string address, kind, name; words >> address >> kind >> name;)
+        names.push_back(name.substr(0, name.find('@')));
+    EXPECT_THAT(names, UnorderedElementsAre("morvalinCreatePlugin", "morvalinPluginId",
+                                            "morvalinPluginDescriptor"));
+}
+
+TEST_F(Plugin, OffersTheThreeFamilies) {
+    AlgorithmFactory& factory = *plugin().algorithmFactory();
+    EXPECT_EQ(factory.name(), "NDITracking");
+    EXPECT_EQ(plugin().controllerFactory()->name(), "NDITracking");
+    const struct {
+        const char* id;
+        const char* category;
+        const char* displayName;
+        const char* streamName;
+    } table[] = {
+        {vegaId, "IO;NDI Tracking;Polaris Vega/Lyra", "Polaris Vega/Lyra",
+         "NDI Polaris Tracking Stream"},
+        {vicraId, "IO;NDI Tracking;Polaris Vicra/Spectra", "Polaris Vicra/Spectra",
+         "NDI Polaris Tracking Stream"},
+        {auroraId, "IO;NDI Tracking;Aurora", "Aurora", "NDI Aurora Tracking Stream"},
+    };
+    const auto descriptors = factory.compatibleIoDescriptors(DataList());
+    ASSERT_EQ(descriptors.size(), std::size(table));
+    for (std::size_t i = 0; i < std::size(table); ++i) {
+        EXPECT_EQ(descriptors[i].id, table[i].id);
+        EXPECT_EQ(descriptors[i].category, table[i].category);
+        EXPECT_EQ(descriptors[i].displayName, table[i].displayName);
+        const auto algorithm = create(table[i].id);
+        ASSERT_TRUE(algorithm);
+        EXPECT_EQ(algorithm->factoryInfo().id, table[i].id);
+        EXPECT_EQ(algorithm->name(), table[i].displayName);
+        algorithm->compute();
+        EXPECT_EQ(algorithm->status(), IoAlgorithm::Success);
+        const Stream* stream = dynamic_cast<StreamIoAlgorithm&>(*algorithm).stream();
+        ASSERT_NE(stream, nullptr);
+        EXPECT_EQ(stream->name(), table[i].streamName);
+        EXPECT_EQ(stream->uuid(), "PolarisAuroraTrackingStream");
+        EXPECT_EQ(plugin().controllerFactory()->create(algorithm.get()), nullptr);
+    }
+    DataList input;
+    input.add(nullptr);
+    EXPECT_THAT(factory.compatibleDescriptors(input), IsEmpty());
+    EXPECT_EQ(factory.instantiateAlgorithm(vegaId, input), nullptr);
+}
+
+TEST_F(Plugin, NewAlgorithmsGetTheStoredConfiguration) {
+    Properties settings;
+    settings.setParam("hardwareDevice", "10.1.2.3");
+    ASSERT_TRUE(plugin().algorithmFactory()->setStoredConfiguration(vegaId, settings));
+    const auto algorithm = create(vegaId);
+    algorithm->compute();
+    Properties written;
+    algorithm->configuration(&written);
+    std::string address;
+    EXPECT_TRUE(written.param("hardwareDevice", address));
+    EXPECT_EQ(address, "10.1.2.3");
+}
+
+TEST_F(Plugin, ConvertsOldWorkspaces) {
+    const struct {
+        const char* name;
+        const char* systemType; ///< null for none
+        const char* converted;
+    } table[] = {
+        {legacyId, "0", vicraId},
+        {legacyId, "1", vegaId},
+        {legacyId, "2", auroraId},
+        {legacyId, "3", legacyId},
+        {legacyId, "-1", legacyId},
+        {legacyId, "one", legacyId},
+        {legacyId, nullptr, legacyId},
+        {"NDITracking.PolarisAuroraTrackingStream2", "1",
+         "NDITracking.PolarisAuroraTrackingStream2"},
+        {"nditracking.PolarisAuroraTrackingStream", "1", "nditracking.PolarisAuroraTrackingStream"},
+        {vegaId, "0", vegaId},
+    };
+    const auto conversions = WorkspaceConversionRegistry::instance().conversions();
+    ASSERT_FALSE(conversions.empty());
+    EXPECT_EQ(conversions.back().description,
+              "Renamed PolarisAuroraTrackingStream to camera-specific TrackingStream");
+    EXPECT_EQ(conversions.back().version, 33);
+
+    Properties all;
+    EXPECT_FALSE(conversions.back().function(all, "workspace"));
+    all.addSubProperties("Algorithms");
+    for (const auto& row : table) {
+        SCOPED_TRACE(std::string(row.name) + (row.systemType ? row.systemType : ""));
+        Properties root;
+        for (Properties* workspace : {&root, &all}) {
+            Properties& algorithms = workspace == &root ? root.addSubProperties("Algorithms")
+                                                        : *all.subProperties("Algorithms");
+            Properties& block = algorithms.addSubProperties(row.name);
+            block.setParam("startAfterInit", true);
+            if (row.systemType != nullptr)
+                block.setParam("systemType", row.systemType);
+        }
+        Properties expected = root;
+        expected.subProperties("Algorithms")->children().front().setName(row.converted);
+        EXPECT_EQ(conversions.back().function(root, "workspace"),
+                  std::string(row.name) != row.converted);
+        EXPECT_EQ(root, expected);
+    }
+    EXPECT_TRUE(conversions.back().function(all, "workspace"));
+    EXPECT_FALSE(conversions.back().function(all, "workspace"));
+    auto block = all.subProperties("Algorithms")->children().begin();
+    for (const auto& row : table)
+        EXPECT_EQ((block++)->name(), row.converted);
+}
+
+TEST(PluginSettings, SerialPortNamesComeFromTheHost) {
+    const int line = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_TRUE(line >= 0 && grantpt(line) == 0 && unlockpt(line) == 0);
+    GlobalSettings::modify([&](Properties& settings) {
+        settings.addSubProperties("SerialPorts").setParam("\\\\.\\COM20", ptsname(line));
+    });
+    PluginLoader loader;
+    std::string error;
+    ASSERT_TRUE(loader.load(MODULE_FILE, error)) << error;
+    const auto algorithm = loader.instantiate(vicraId);
+    Properties settings;
+    settings.setParam("hardwareDevice", "\\\\.\\COM20");
+    settings.setParam("open", true);
+    algorithm->configure(&settings);
+
+    std::string received(10, '\0');
+    std::thread device([&] {
+        for (std::size_t i = 0; i < received.size() && read(line, &received[i], 1) == 1; ++i) {
+        }
+        close(line); // the search gives up sooner on a line that is gone
+    });
+    algorithm->compute();
+    device.join();
+    EXPECT_EQ(received, "INIT:E3A5\r");
+    EXPECT_EQ(dynamic_cast<IoAlgorithm&>(*algorithm).status(), IoAlgorithm::Failure);
+}
+
+} // namespace
+} // namespace Morvalin
