@@ -157,7 +157,7 @@ void decodePassiveStrays(DeviceRecord& record, ByteCursor& bytes) {
     if (field == nullptr) {
         return;
     }
-    record.BxPassiveStrayCount = static_cast<std::int8_t>(*field);
+    record.BxPassiveStrayCount = static_cast<std::int32_t>(signExtended(*field));
     decodePositions(bytes, record.BxPassiveStrayCount, record.BxPassiveStrayOutOfVolume,
                     sizeof(record.BxPassiveStrayOutOfVolume), record.BxPassiveStrayPosition,
                     kMaxStrays);

@@ -61,8 +61,9 @@ int takePassiveTransforms(DeviceRecord& record, TextCursor& cursor, int ports) {
         for (int i = first; i < first + kGroup; ++i) {
             takeLine(cursor, record.GxPassiveTransforms[i], kTransformLength);
         }
-        char* status = record.GxPassiveStatus + first / kGroup * kGroupStatusLength;
-        cursor.take(status, kGroupStatusLength, kGroupStatusLength);
+        const auto group = static_cast<std::size_t>(first / kGroup);
+        cursor.take(record.GxPassiveStatus + group * kGroupStatusLength, kGroupStatusLength,
+                    kGroupStatusLength);
         if (!cursor.skipLineFeed()) {
             return first + kGroup;
         }

@@ -180,7 +180,7 @@ std::string describeState(const DeviceRecord& record) {
 void deviceDumpState(const DeviceRecord* record, char* out) {
     try {
         const std::string text = protocol::describeState(*record);
-        std::memcpy(out, text.data(), text.size());
+        text.copy(out, text.size());
     } catch (const std::exception&) {
         // Out of memory: nothing is written, the caller's buffer stays zero.
         return;

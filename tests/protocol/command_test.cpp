@@ -86,6 +86,8 @@ TEST_F(Command, ChecksEveryReply) {
     flipped[9] = static_cast<char>(flipped[9] ^ 0x10);
     std::string plain(2045, 'x'); // binary that is no tracking reply: it ends with the buffer
     plain += wire::le16(wire::crc(plain));
+    std::string refusal = "ERROR0B" + std::string(2038, 'x'); // the same, without CR at its end
+    refusal += wire::le16(wire::crc(refusal));
     const std::string header = "\xC4\xA5";
     const struct {
         std::string command, raw;
@@ -109,6 +111,7 @@ TEST_F(Command, ChecksEveryReply) {
         {"BX:0001", header + "\xFF\xFF" + std::string(3000, 'x'), {0x100}, header},
         {"TX:0001", std::string(3000, '0'), {0x100}, "00"},
         {"BX:0001", plain, {}, "xx"},
+        {"BX:0001", refusal, {0x0B}, "ERROR0Bxx"},
         {"BX:0001", bx, {}, header},
         {"GETLOG:1", bx, {}, header},
         {"VGET:1", bx, {}, header},

@@ -111,6 +111,11 @@ TEST(DecodeBx, KeepsWhatAReplyDoesNotTell) {
     decode(*record, bytes({1, 0x0A, 4, 0, 0, 0}));
     EXPECT_EQ(transformOf(record, 0x0A, 1)[4], 10.25f);
     EXPECT_EQ(deviceBxFrameNumber(record.get(), 0x0A), 500u);
+    // Bits beside 2 and 4 leave all fields in the reply; the accessors look at the bits alone.
+    const std::string both = bytes({1, 0x0A, 6}) + kPose + le32(0) + le32(501);
+    decode(*record, both + std::string(11 + 5, '\0'));
+    transformOf(record, 0x0A, 1);
+    EXPECT_EQ(deviceBxFrameNumber(record.get(), 0x0A), 501u);
     decodeData(*record, "\xC4\xA6 no tracking reply", "BX:180F0000\r");
     EXPECT_EQ(record->BxHandleCount, 1);
 }

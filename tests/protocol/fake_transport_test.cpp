@@ -46,6 +46,11 @@ TEST(Transport, OpensInOrderAndClosesWhatItCannotUse) {
 
 TEST(Transport, FourSlotsForTheSettingsOfPorts) {
     fake = {};
+    fake.failing = "timeouts";
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(serialOpen("COM3"), -1); // gives its slot back
+    }
+    fake.failing.clear();
     std::intptr_t ports[5];
     for (std::intptr_t& port : ports) {
         port = serialOpen("COM3");

@@ -17,7 +17,7 @@ std::string x(std::size_t n) {
     return std::string(n, 'x');
 }
 
-int readBy(bool serial, const Reads& reads, std::string& buffer, bool binary,
+int readBy(bool serial, const Reads& reads, std::vector<char>& buffer, bool binary,
            std::int32_t* error = nullptr) {
     fake = {};
     fake.reads = reads;
@@ -69,12 +69,13 @@ TEST(ReadLoop, KnowsWhereAReplyEnds) {
             if (what == (serial ? "short of buffers" : "cancelled")) {
                 continue;
             }
-            std::string buffer = "???OR0D\r" + std::string(192, '?');
+            std::vector<char> buffer(200, '?');
+            std::string("???OR0D\r").copy(buffer.data(), 8);
             EXPECT_EQ(readBy(serial, each.reads, buffer, each.binary), each.length)
                 << what << serial;
             EXPECT_EQ(fake.largestRead, 200) << what;
             const auto length = static_cast<std::size_t>(std::max(each.length, 0));
-            EXPECT_EQ(buffer.substr(0, length), whole.substr(0, length)) << what;
+            EXPECT_EQ(std::string(buffer.data(), length), whole.substr(0, length)) << what;
             EXPECT_EQ(fake.log, what == "short of buffers" ? "sleep 1" : "");
         }
     }
@@ -92,7 +93,7 @@ TEST(ReadLoop, ErrorSlotHoldsTheDevicesOrTheSystemsNumber) {
     };
     for (const auto& [serial, reads, length, expected] : cases) {
         std::int32_t error = -5;
-        std::string buffer(100, '?');
+        std::vector<char> buffer(100);
         EXPECT_EQ(readBy(serial, reads, buffer, false, &error), length);
         EXPECT_EQ(error, expected) << reads[0].bytes;
     }
@@ -100,7 +101,7 @@ TEST(ReadLoop, ErrorSlotHoldsTheDevicesOrTheSystemsNumber) {
 
 TEST(ReadLoop, SystemsThatNeverRecoverEndIt) {
     for (const Fault fault : {Fault::aborted, Fault::noBuffers}) {
-        std::string buffer(100, '?');
+        std::vector<char> buffer(100);
         EXPECT_EQ(readBy(fault == Fault::aborted, Reads(100000, {"", fault}), buffer, false), -1);
         EXPECT_FALSE(fake.reads.empty());
     }

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -140,6 +141,12 @@ TEST_F(SerialLine, IsExclusiveWhileOpen) {
     EXPECT_EQ(errorOf("INIT:"), 0); // the refused ones have not disturbed it
     device.reset();
     SetUp();
+    device.reset();
+    const int other = open(peer.path(), O_RDWR | O_NOCTTY); // the superuser always may: ask
+    int isExclusive = 1;
+    EXPECT_EQ(ioctl(other, TIOCGEXCL, &isExclusive), 0);
+    EXPECT_EQ(isExclusive, 0);
+    close(other);
 }
 
 TEST_F(SerialLine, DropsWhatWasThereBefore) {

@@ -52,6 +52,9 @@ TEST_F(ThreadMode, TrackingCommandsTakeTheNewestReply) {
     for (int round = 0; round < 3; ++round) {
         EXPECT_EQ(errorOf("INIT:"), 0);
         EXPECT_EQ(errorOf("TSTART:"), 0);
+        const std::size_t started = peer.commands().size();
+        EXPECT_EQ(errorOf("PHSR:00"), 0);
+        EXPECT_EQ(peer.commands().size(), started + 1); // nothing is repeated unasked
         std::uint32_t last = 0;
         for (int i = 0; i < 30; ++i) {
             ASSERT_EQ(errorOf(i < 15 ? "TX:0001" : "TX:1001"), 0);

@@ -15,8 +15,8 @@
 namespace protocol::platform {
 namespace {
 
-std::chrono::milliseconds wait(std::int64_t ms) {
-    return std::chrono::milliseconds(ms > 0 ? ms : 0);
+Deadline deadlineIn(std::int64_t ms) {
+    return Deadline(std::chrono::milliseconds(ms));
 }
 
 bool mayTryAgain(int error) {
@@ -82,7 +82,7 @@ bool setTimeouts(std::intptr_t port, const PortTimeouts& timeouts) {
 
 Transfer readPort(std::intptr_t port, char* buffer, int max) {
     const int descriptor = static_cast<int>(port);
-    const Deadline deadline(wait(timeoutsOf(port).constantMs));
+    const Deadline deadline = deadlineIn(timeoutsOf(port).constantMs);
     while (true) {
         if (!waitUntilReady(descriptor, POLLIN, deadline)) {
             return errno == 0 ? Transfer{} : failure(errno);
@@ -103,7 +103,8 @@ Transfer readPort(std::intptr_t port, char* buffer, int max) {
 Transfer writePort(std::intptr_t port, const char* bytes, int n) {
     const int descriptor = static_cast<int>(port);
     const PortTimeouts timeouts = timeoutsOf(port);
-    const Deadline deadline(wait(timeouts.constantMs + std::int64_t{timeouts.writeMsPerByte} * n));
+    const Deadline deadline =
+        deadlineIn(timeouts.constantMs + std::int64_t{timeouts.writeMsPerByte} * n);
     int written = 0;
     while (written < n) {
         const ssize_t put =
