@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <exception>
+#include <iterator>
+#include <string_view>
 #include <utility>
 
 #include <morvalinlib/Workspace.h>
@@ -13,17 +15,27 @@ namespace Morvalin::App {
 namespace {
 
 /// Settings of the algorithm itself, which its stream does not write.
-constexpr const char* algorithmKeys[] = {"open", "autoOpen", "connect", "start", "autoStart"};
+constexpr std::string_view algorithmKeys[] = {"open", "autoOpen", "connect", "start", "autoStart"};
+
+bool isAlgorithmKey(const std::string& key) {
+    return std::find(std::begin(algorithmKeys), std::end(algorithmKeys), key) !=
+           std::end(algorithmKeys);
+}
+
+void copy(const Properties::Parameter& parameter, Properties& target) {
+    if (parameter.kind == Properties::ValueKind::Boolean)
+        target.setParam(parameter.key, parameter.value == "true");
+    else
+        target.setParam(parameter.key, parameter.value);
+}
 
 /// Replaces the settings of a block by the stream's current ones.
 void update(Properties& block, const StreamSession& session) {
     Properties current;
     session.save(current);
-    for (const char* key : algorithmKeys) {
-        std::string value;
-        if (block.param(key, value) && !current.hasParam(key))
-            current.setParam(key, value);
-    }
+    for (const Properties::Parameter& parameter : block.params())
+        if (isAlgorithmKey(parameter.key) && !current.hasParam(parameter.key))
+            copy(parameter, current);
     for (const auto& [name, value] : block.attributes())
         current.setAttribute(name, value);
     block.copyFrom(current);

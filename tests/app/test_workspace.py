@@ -95,7 +95,7 @@ class Workspace(HostTest):
         self.assertEqual(len(self.frames("run", workspace, "--frames", "1")), 1)
 
     def test_open_and_start_flags_survive(self):
-        flags = '<parameter name="open" value="false"/><parameter name="autoStart" value="1"/>'
+        flags = '<parameter name="open" value="false" kind="boolean" /><parameter name="autoStart" value="1"/>'
         text = self.save()
         first_parameter = text[text.index("<", text.index(TRACKER)) :]
         workspace = self.edit("flags.xml", text, (first_parameter, flags + first_parameter))
@@ -103,8 +103,8 @@ class Workspace(HostTest):
         self.assertEqual(self.trace().count("auto open"), 2)
         with open(workspace, encoding="utf-8") as file:
             saved = file.read()
-        self.assertIn('"open"', saved)
-        self.assertIn('"autoStart"', saved)
+        self.assertIn('name="open" value="false" kind="boolean"', saved)
+        self.assertIn('name="autoStart" value="1"', saved)
 
     def test_command_line_adds_to_the_workspace(self):
         tools = [self.write("a.rom", ""), self.write("b.rom", "")]
