@@ -38,17 +38,16 @@ Responder::Responder(const SimulatorOptions& options) :
     m_device(options.device, options.clock), m_faults(planOf(options)), m_trace(options.trace),
     m_logLimit(options.logLimit) {}
 
-std::vector<Response> Responder::receive(std::string_view bytes) {
+std::optional<Response> Responder::receive(std::string_view& bytes) {
     const std::lock_guard lock(m_mutex);
-    std::vector<Response> responses;
-    for (const char byte : bytes) {
-        if (byte == '\r') {
-            responses.push_back(respond(std::exchange(m_partial, {})));
-        } else if (m_partial.size() < maxPartial) {
-            m_partial += byte;
-        }
+    const auto end = bytes.find('\r');
+    m_partial += bytes.substr(0, std::min(end, maxPartial - m_partial.size()));
+    if (end == std::string_view::npos) {
+        bytes = {};
+        return std::nullopt;
     }
-    return responses;
+    bytes.remove_prefix(end + 1);
+    return respond(std::exchange(m_partial, {}));
 }
 
 Response Responder::connect() {

@@ -22,8 +22,9 @@ class Responder {
 public:
     explicit Responder(const SimulatorOptions& options);
 
-    /// Takes bytes as they come and returns a response for every command they complete.
-    std::vector<Response> receive(std::string_view bytes);
+    /// Takes bytes as they come, up to the end of the first command in them, and removes what it
+    /// took. The response to that command, nothing if none has ended.
+    std::optional<Response> receive(std::string_view& bytes);
 
     /// A new connection: forgets the beginning of a command that the last one left behind.
     Response connect();

@@ -81,6 +81,7 @@ void Station::act(Delivery::Action action, std::optional<std::chrono::millisecon
     if (action == Delivery::Action::None) {
         return;
     }
+    ++m_interruptions;
     m_endOfFault.cancel();
     if (action == Delivery::Action::Close) {
         m_outbox.clear();
@@ -130,9 +131,13 @@ void Station::onConnected() {
 }
 
 void Station::onReceived(std::string_view bytes) {
-    for (auto& response : m_responder.receive(bytes)) {
-        const auto link = response.link;
-        send(std::move(response), link);
+    // What stands behind a command that ends or stalls the connection is lost with it.
+    const unsigned before = m_interruptions;
+    while (!bytes.empty() && before == m_interruptions) {
+        if (auto response = m_responder.receive(bytes)) {
+            const auto link = response->link;
+            send(*std::move(response), link);
+        }
     }
 }
 

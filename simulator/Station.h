@@ -58,6 +58,7 @@ private:
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> m_work;
     boost::asio::steady_timer m_endOfFault;
     LinkSettings m_link;
+    unsigned m_interruptions = 0; ///< of the connection, by faults or from outside
     std::atomic<std::size_t> m_ignored{0};
     std::unique_ptr<Line> m_line;
     Outbox m_outbox;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 namespace ndisim {
 namespace {
 
@@ -257,6 +259,45 @@ TEST(DeviceTest, LinkSettingsTakeEffectWithTheReply) {
     EXPECT_EQ(*reset.link, LinkSettings{});
     EXPECT_EQ(vicra.ask("PHSR:00"), "ERROR10");
     EXPECT_EQ(vicra.ask("RESET:"), "RESET");
+}
+
+// Whatever a host sends, the answer is one well-formed reply.
+TEST(DeviceTest, AnyCommandGetsAGoodReply) {
+    const std::vector<std::string> commands{
+        "INIT:",
+        "COMM:50001",
+        "PHRQ:*********1****",
+        "PHF:0A",
+        "PINIT:0A",
+        "PENA:0AD",
+        "PDIS:0A",
+        "PHSR:00",
+        "PHINF:0A007F",
+        "PSTAT:A01F",
+        "SFLIST:03",
+        "VSEL:1",
+        "TSTART:80",
+        "BX:180F",
+        "TX:1807",
+        "GX:B00F",
+        "TSTOP:",
+        "SSTAT:0007",
+        DeviceHarness::imageBlock(0x0A, 0, std::string(64, '1'))};
+    DeviceOptions options = optionsOf(Family::Vega);
+    options.strays = 255;
+    DeviceHarness vega(options);
+    std::minstd_rand random(7);
+    for (int i = 0; i < 20000; ++i) {
+        std::string command = commands[random() % commands.size()];
+        if (random() % 2 == 0) {
+            command[random() % command.size()] = static_cast<char>(random() % 256);
+            command.resize(command.size() - random() % 2);
+        }
+        const std::string reply = vega.device.execute(command + crcText(crc16(command))).bytes;
+        const bool isBinary = reply.starts_with("\xC4\xA5");
+        ASSERT_TRUE(isBinary ? crc16(reply) == 0 : !checkedText(reply).starts_with("<bad"))
+            << command;
+    }
 }
 
 } // namespace

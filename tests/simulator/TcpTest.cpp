@@ -28,7 +28,9 @@ std::string readBinary(HostClient& host) {
 }
 
 TEST(TcpTest, CommandsAreAnsweredAndRecorded) {
-    Simulator simulator(networkOptions());
+    SimulatorOptions options = networkOptions();
+    options.clock = [] { return std::chrono::nanoseconds(0); };
+    Simulator simulator(options);
     simulator.start();
     EXPECT_EQ(simulator.address(), "127.0.0.1:" + std::to_string(simulator.port()));
     HostClient host = HostClient::connectTo(simulator.port());
@@ -118,8 +120,9 @@ TEST(TcpTest, ConnectionsEndAndComeBack) {
     first.sendCommand("PHSR:00");
     EXPECT_TRUE(first.isHungUp());
     HostClient second = HostClient::connectTo(simulator.port());
-    second.sendCommand("PHSR:00");
+    second.send(withCrc("PHSR:00") + withCrc("TSTART:"));
     EXPECT_TRUE(second.isHungUp());
+    EXPECT_EQ(simulator.commands(), (std::vector<std::string>{"INIT:", "PHSR:00", "PHSR:00"}));
     EXPECT_FALSE(HostClient::connectTo(simulator.port()).send("x"));
     simulator.replug();
     HostClient third = HostClient::connectTo(simulator.port());
