@@ -43,18 +43,14 @@ TEST(Log, TextsFromDevicesCannotForgeLinesOrSteerTheTerminal) {
 }
 
 TEST(Log, LinesOfSeveralThreadsDoNotMix) {
-    constexpr int threadCount = 4, perThread = 200;
     testing::internal::CaptureStderr();
-    {
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < threadCount; ++i)
-            threads.emplace_back([i] {
-                for (int n = 0; n < perThread; ++n)
-                    Log::log(Log::Error, "T", std::string(100, static_cast<char>('a' + i)));
-            });
-    }
+    for (std::vector<std::jthread> threads; threads.size() < 4;)
+        threads.emplace_back([letter = static_cast<char>('a' + threads.size())] {
+            for (int n = 0; n < 200; ++n)
+                Log::log(Log::Error, "T", std::string(100, letter));
+        });
     const auto lines = split(testing::internal::GetCapturedStderr());
-    EXPECT_EQ(lines.size(), threadCount * perThread);
+    EXPECT_EQ(lines.size(), 800u);
     for (const std::string& line : lines)
         EXPECT_EQ(line, "[4] T: " + std::string(100, line.back()));
 }
@@ -73,19 +69,19 @@ TEST(Log, SinkThatThrowsOrLogsIsHarmless) {
 }
 
 TEST(Log, ReplacedSinkIsNotUsedAnyMore) {
-    std::atomic<bool> isDone{false};
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 3; ++i)
-        threads.emplace_back([&] {
-            while (!isDone)
-                Log::log(Log::Error, "a", "text");
-        });
     // Each sink's memory ends as soon as it is replaced; the sanitizers see a late call.
-    auto memory = std::make_unique<int>(0);
     const auto makeSink = [](int* counter) {
         return [counter](int, const std::string&, const std::string&) { ++*counter; };
     };
+    auto memory = std::make_unique<int>(0);
     const Log::Sink original = Log::setSink(makeSink(memory.get()));
+    std::atomic<bool> isDone{false};
+    std::vector<std::jthread> threads(3);
+    for (std::jthread& thread : threads)
+        thread = std::jthread([&] {
+            while (!isDone)
+                Log::log(Log::Error, "a", "text");
+        });
     for (int i = 0; i < 500; ++i) {
         auto next = std::make_unique<int>(0);
         Log::setSink(makeSink(next.get()));

@@ -1,11 +1,13 @@
+#include <stdexcept>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <morvalincore/GlobalSettings.h>
 #include <morvalincore/Properties.h>
 
 using namespace Morvalin;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
 
 TEST(Properties, TextIsReadAsWhatItSays) {
@@ -38,8 +40,10 @@ TEST(Properties, TextIsReadAsWhatItSays) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);
         Properties block;
-        block.setParam("key", c.text);
         std::string text = "untouched";
+        EXPECT_FALSE(block.param("key", text));
+        EXPECT_EQ(text, "untouched");
+        block.setParam("key", c.text);
         std::int32_t integer = -77;
         EXPECT_TRUE(block.param("key", text));
         EXPECT_EQ(text, c.text);
@@ -51,22 +55,6 @@ TEST(Properties, TextIsReadAsWhatItSays) {
             EXPECT_EQ(boolean, c.boolean.value_or(before));
         }
     }
-}
-
-TEST(Properties, MissingIsNotEmpty) {
-    Properties block;
-    block.setParam("empty", "");
-    std::string text = "untouched";
-    EXPECT_FALSE(block.param("missing", text));
-    EXPECT_EQ(text, "untouched");
-    EXPECT_TRUE(block.param("empty", text));
-    EXPECT_EQ(text, "");
-    EXPECT_TRUE(block.hasParam("empty"));
-    EXPECT_FALSE(block.hasParam("missing"));
-    block.setParamAttribute("missing", "a", "b");
-    block.setParamType("missing", 8);
-    EXPECT_THAT(block.paramAttributes("missing"), IsEmpty());
-    EXPECT_FALSE(block.hasParam("missing"));
 }
 
 TEST(Properties, RewritingKeepsPlaceTypeAndAttributes) {
@@ -127,4 +115,14 @@ TEST(Properties, CopiesAreDeepAndKeepTheTargetsName) {
     source.copyFrom(source.children().front());
     EXPECT_FALSE(source.hasParam("p"));
     EXPECT_NE(source.subProperties("grandchild"), nullptr);
+}
+
+TEST(GlobalSettings, ChangesAreWholeOrNotAtAll) {
+    const Properties before = GlobalSettings::snapshot();
+    const auto change = [](Properties& settings) {
+        settings.addSubProperties("SerialPorts").setParam("COM1", "/dev/half");
+        throw std::runtime_error("half way");
+    };
+    EXPECT_THROW(GlobalSettings::modify(change), std::runtime_error);
+    EXPECT_EQ(GlobalSettings::snapshot(), before);
 }

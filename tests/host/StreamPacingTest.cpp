@@ -23,6 +23,7 @@ TEST(StreamPacing, NextCallIsDueOnTheClockThatDoesNotJump) {
         {"work took longer than the period", 8ms, 8ms, noon + 5ms, 0ms},
         {"a time long ago", 1ms, 1ms, system_clock::time_point::min(), 0ms},
         {"clock set an hour ahead during the call", 1h + 2ms, 2ms, noon + 5ms, 0ms},
+        {"clock set an hour ahead, time beyond that", 1h + 2ms, 2ms, noon + 2h, 0ms},
         {"clock set an hour back, time taken before", -1h + 2ms, 2ms, noon + 5ms, 0ms},
         {"clock set an hour back, time taken after", -1h + 2ms, 2ms, noon - 1h + 5ms, 0ms},
         {"never", 1ms, 1ms, system_clock::time_point::max(), 24h * 365},
