@@ -68,6 +68,12 @@ inline constexpr int NDI_MAX_HANDLES = 24;
 // Called with the code, its text (never null, constant) and the pointer given with the callback.
 using DeviceErrorCallback = void (*)(std::int32_t code, const char* text, void* userData);
 
+// Shown the bytes of every command that is about to be sent and of every reply as received, on the
+// thread that moves them: the caller's, or the reader thread's. An empty reply is one that did not
+// come whole. A reset on break shows its reply only. The function must neither throw nor use the
+// record.
+using DeviceTraceCallback = void (*)(bool wasSent, const char* bytes, int length, void* userData);
+
 // All that belongs to one connection. The fields are public for diagnosis and tests; programs use
 // the operations below. Text stores keep the device's characters at fixed width and are terminated
 // only where there is room.
@@ -101,6 +107,8 @@ struct DeviceRecord {
     std::int32_t errorCode;
     DeviceErrorCallback errorCallback;
     void* errorCallbackData;
+    DeviceTraceCallback traceCallback;
+    void* traceCallbackData;
 
     // GX
     char GxTransforms[3][52];
@@ -240,6 +248,10 @@ std::int32_t deviceGetError(const DeviceRecord* record);
 
 // Sets or (with null) removes the function that is told of every error.
 void deviceSetErrorCallback(DeviceRecord* record, DeviceErrorCallback callback, void* userData);
+
+// Sets or (with null) removes the function that is shown the traffic. Not while the reader thread
+// is on.
+void deviceSetTraceCallback(DeviceRecord* record, DeviceTraceCallback callback, void* userData);
 
 // Switches the reader thread on or off. While it is on and the device is tracking, BX, TX and GX
 // return the newest reply that the thread has fetched, instead of waiting for one of their own; the

@@ -6,6 +6,12 @@
 namespace protocol {
 namespace {
 
+void trace(const DeviceRecord& record, bool wasSent, const char* bytes, int length) {
+    if (record.traceCallback != nullptr) {
+        record.traceCallback(wasSent, bytes, length, record.traceCallbackData);
+    }
+}
+
 std::int32_t send(const DeviceRecord& record, std::string_view command) {
     const int length = static_cast<int>(command.size());
     const int written = isSerial(record) ? serialWrite(record.serialPort, command.data(), length)
@@ -36,6 +42,7 @@ Received receiveReply(const DeviceRecord& record, bool binary, char* buffer) {
     std::int32_t deviceError = 0;
     const int length = read(record, binary, buffer, deviceError);
     buffer[length > 0 ? length : 0] = '\0';
+    trace(record, false, buffer, length > 0 ? length : 0);
     if (length <= 0) {
         return {0, length < 0 ? kReadFailed : kTimeout};
     }
@@ -44,6 +51,7 @@ Received receiveReply(const DeviceRecord& record, bool binary, char* buffer) {
 
 Received exchange(const DeviceRecord& record, std::string_view command, bool binary, char* buffer) {
     dropOldReplies(record);
+    trace(record, true, command.data(), static_cast<int>(command.size()));
     if (const std::int32_t error = send(record, command)) {
         buffer[0] = '\0';
         return {0, error};

@@ -50,6 +50,11 @@ std::int32_t deviceGetError(const DeviceRecord* record) {
     return record->errorCode;
 }
 
+void deviceSetTraceCallback(DeviceRecord* record, DeviceTraceCallback callback, void* userData) {
+    record->traceCallback = callback;
+    record->traceCallbackData = userData;
+}
+
 void deviceSetErrorCallback(DeviceRecord* record, DeviceErrorCallback callback, void* userData) {
     record->errorCallback = callback;
     record->errorCallbackData = userData;

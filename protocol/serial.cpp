@@ -100,6 +100,8 @@ std::intptr_t serialOpen(const char* name) {
 }
 
 void serialClose(std::intptr_t port) {
+    // What CTS held back must not go out under the restored settings.
+    platform::purgePort(port, false, true);
     restoreSettings(port);
     platform::closePort(port);
 }
@@ -135,7 +137,7 @@ int serialSetTimeout(std::intptr_t port, int ms) {
 int serialRead(std::intptr_t port, char* buffer, int max, bool binary, std::int32_t* error) {
     SerialSource source(port);
     const int length = readReply(source, buffer, max, binary);
-    if (length > 0 && error != nullptr) {
+    if (length > 0 && buffer[length - 1] == '\r' && error != nullptr) {
         const std::int32_t code = deviceErrorIn(buffer, length);
         *error = code < 0 ? *error : code;
     }

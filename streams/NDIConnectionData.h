@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <morvalincore/Diagnosable.h>
+
 #include "streams/Guarded.h"
 
 struct DeviceRecord;
@@ -46,6 +48,7 @@ struct NDIConnectionData {
     std::int32_t dummyToolPortHandle = -1; ///< of the tool that lets bare markers be seen; -1: none
     std::uint32_t lastFrameNumber = 0;     ///< of the frame that was handed out last
     DeviceRecord* device = nullptr;        ///< null: no connection
+    Diagnosable::TraceSink traceSink;      ///< set while there is no connection; mostly empty
 };
 
 } // namespace Morvalin

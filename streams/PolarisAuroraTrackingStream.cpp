@@ -3,6 +3,7 @@
 #include "protocol/device.h"
 #include "streams/internal/ConnectionProperties.h"
 #include "streams/internal/DeviceConnection.h"
+#include "streams/internal/Diagnosis.h"
 #include "streams/internal/LogText.h"
 #include "streams/internal/Measurement.h"
 #include "streams/internal/OperatingVolumes.h"
@@ -196,6 +197,20 @@ void PolarisAuroraTrackingStream<N>::configure(const Properties* properties) {
     std::string mainId;
     if (properties->param("selectedInstrument", mainId))
         pendingMainId.assign(mainId);
+}
+
+// ---- Diagnosis
+
+template <int N>
+std::string PolarisAuroraTrackingStream<N>::stateDump() {
+    const Lock lock(connection->connectionLock);
+    return dumpDevice(*connection);
+}
+
+template <int N>
+void PolarisAuroraTrackingStream<N>::setTraceSink(TraceSink sink) {
+    const Lock lock(connection->connectionLock);
+    connection->traceSink = std::move(sink);
 }
 
 // ---- Opening and closing

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <morvalincore/Diagnosable.h>
+
 #include "streams/Guarded.h"
 #include "streams/NDIConnectionData.h"
 #include "streams/NDITrackingInstrumentInfo.h"
@@ -50,7 +52,7 @@ constexpr int Aurora = 2;       ///< Aurora: electromagnetic, serial line
 /// belong to the host, which runs one at a time. The settings take effect at the next open, except
 /// setBinaryQueryMode(), which the next measurement obeys.
 template <int N>
-class PolarisAuroraTrackingStream : public NDITrackingStream {
+class PolarisAuroraTrackingStream : public NDITrackingStream, public Diagnosable {
 public:
     /// How devices of a family are connected.
     using ConnectionType = NDIConnectionData::ConnectionType;
@@ -107,6 +109,12 @@ public:
     void configure(const Properties* properties) override;
     /// Writes them. An address that cannot be one of this family is cleared, also in the stream.
     void configuration(Properties* properties) override;
+
+    // Diagnosable
+
+    /// The stored replies of the device, an item a line.
+    std::string stateDump() override;
+    void setTraceSink(TraceSink sink) override;
 
     // Hooks of the host
 

@@ -48,6 +48,8 @@ struct RawOptions {
     std::optional<std::string> seconds;
     bool json = false;
     std::optional<std::string> saveFile;
+    std::optional<std::string> dumpFile;
+    std::optional<std::string> traceFile;
     std::optional<std::string> logLevel;
 };
 
@@ -92,6 +94,8 @@ void addStreamOptions(CLI::App& command, RawOptions& raw) {
     command.add_flag("--json", raw.json, "print one JSON object a frame, not readable lines");
     addSingle(command, "--save", raw.saveFile, "WORKSPACE",
               "write the workspace before the streams are closed");
+    addSingle(command, "--trace", raw.traceFile, "FILE",
+              "write every command to the device and every reply with its time");
 }
 
 CLI::App* addCommand(CLI::App& app, const std::string& name, const std::string& help,
@@ -225,10 +229,10 @@ int readLogLevel(const std::string& text) {
     return level;
 }
 
-std::string readSaveFile(const std::string& text) {
-    if (text.empty())
-        refuse("--save: the file name is empty");
-    return text;
+std::string readFileName(const std::string& option, const std::optional<std::string>& text) {
+    if (text && text->empty())
+        refuse(option + ": the file name is empty");
+    return text.value_or("");
 }
 
 template <class Item>
@@ -250,8 +254,9 @@ Options readOptions(Command command, const RawOptions& raw) {
     if (raw.seconds)
         options.seconds = readSeconds(*raw.seconds);
     options.json = raw.json;
-    if (raw.saveFile)
-        options.saveFile = readSaveFile(*raw.saveFile);
+    options.saveFile = readFileName("--save", raw.saveFile);
+    options.dumpFile = readFileName("--dump", raw.dumpFile);
+    options.traceFile = readFileName("--trace", raw.traceFile);
     if (raw.logLevel)
         options.logLevel = readLogLevel(*raw.logLevel);
     return options;
@@ -266,9 +271,12 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     app.footer(footer);
     const CLI::App* const list = addCommand(
         app, "list", "Print the algorithms: id, TAB, display name, TAB, menu path of each", raw);
-    const CLI::App* const stream =
+    CLI::App* const stream =
         addStreamCommand(app, "stream", "Create one algorithm and print the frames of its stream",
                          "ALGORITHM-ID", "what to create, as \"list\" prints it", raw);
+    addSingle(*stream, "--dump", raw.dumpFile, "FILE",
+              "write what the device last answered when the stream ends or fails\n"
+              "to open");
     addStreamCommand(app, "run", "Do so for every algorithm of a workspace file", "WORKSPACE",
                      "a file that --save has written", raw);
     checkValues(argc, argv, optionNames(*stream, true));

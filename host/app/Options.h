@@ -39,7 +39,9 @@ struct Options {
     std::optional<std::uint64_t> frames;
     std::optional<double> seconds;
     bool json = false;
-    std::string saveFile; ///< empty: do not save
+    std::string saveFile;  ///< empty: do not save
+    std::string dumpFile;  ///< empty: do not write the device's state
+    std::string traceFile; ///< empty: do not write the traffic
     int logLevel = 2;
 };
 

@@ -5,6 +5,7 @@
 #include <morvalinlib/Workspace.h>
 
 #include "app/Commands.h"
+#include "app/Diagnosis.h"
 #include "app/Plugins.h"
 #include "app/Refusal.h"
 #include "app/SessionRunner.h"
@@ -36,17 +37,29 @@ void prepare(PluginLoader& plugins, const Options& options) {
     loadPlugins(plugins, options.plugins);
 }
 
-/// Streams until the end, saves while the streams are still open, and closes them.
-int streamAll(WorkspaceSessions& workspace, const Options& options) {
-    bool isSaved = true;
+/// The files that tell what passed. They outlive the streams, which may let go of a device as late
+/// as in their destructors.
+struct Reports {
+    explicit Reports(const Options& options) : trace(options.traceFile), dump(options.dumpFile) {}
+
+    TraceFile trace;
+    DumpFile dump;
+};
+
+/// Streams until the end, saves and dumps while the streams are still open, and closes them.
+int streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& options) {
+    reports.trace.attach(workspace.sessions());
     SessionRunner runner(workspace.sessions(), options);
     runner.run();
-    if (!options.saveFile.empty()) {
+    bool areFilesWritten = true;
+    if (!options.saveFile.empty() || !options.dumpFile.empty())
         runner.waitForBringUp();
-        isSaved = workspace.save(options.saveFile);
-    }
+    if (!options.saveFile.empty())
+        areFilesWritten = workspace.save(options.saveFile);
+    if (!options.dumpFile.empty())
+        areFilesWritten = reports.dump.write(workspace.sessions()) && areFilesWritten;
     runner.close();
-    return isSaved && runner.succeeded() && workspace.isUnderstood() ? Done : StreamFailed;
+    return areFilesWritten && runner.succeeded() && workspace.isUnderstood() ? Done : StreamFailed;
 }
 
 } // namespace
@@ -54,16 +67,18 @@ int streamAll(WorkspaceSessions& workspace, const Options& options) {
 int streamAlgorithm(const Options& options) {
     PluginLoader plugins;
     prepare(plugins, options);
+    Reports reports(options);
     Properties root(Workspace::rootName);
     root.addSubProperties(Workspace::algorithmsName).addSubProperties(options.subject);
     WorkspaceSessions workspace(std::move(root));
     workspace.createAll(plugins, options);
-    return streamAll(workspace, options);
+    return streamAll(workspace, reports, options);
 }
 
 int runWorkspace(const Options& options) {
     PluginLoader plugins;
     prepare(plugins, options);
+    Reports reports(options);
     Properties root;
     std::string error;
     if (!Workspace::load(options.subject, root, error))
@@ -72,7 +87,7 @@ int runWorkspace(const Options& options) {
     workspace.createUnderstood(plugins, options);
     if (workspace.sessions().empty() && Log::isAccepted(Log::Warning))
         Log::log(Log::Warning, "Host", options.subject + " holds nothing that can be streamed");
-    return streamAll(workspace, options);
+    return streamAll(workspace, reports, options);
 }
 
 } // namespace Morvalin::App

@@ -96,6 +96,10 @@ StreamSession::Outcome StreamSession::bringUp(const std::atomic<bool>& cancelled
     return Outcome::Running;
 }
 
+Diagnosable* StreamSession::diagnosable() const {
+    return dynamic_cast<Diagnosable*>(openedStream);
+}
+
 void StreamSession::save(Properties& block) const {
     algorithm->configuration(&block);
 }

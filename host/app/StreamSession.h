@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include <morvalincore/Diagnosable.h>
 #include <morvalincore/Signal.h>
 #include <morvalinlib/PluginLoader.h>
 #include <morvalinlib/StreamIoAlgorithm.h>
@@ -42,6 +43,9 @@ public:
 
     /// Opens and starts the stream unless it is asked to cancel in between. Any thread.
     Outcome bringUp(const std::atomic<bool>& cancelled) const;
+
+    /// What tells of the stream's device; null for a stream that cannot. Belongs to the stream.
+    Diagnosable* diagnosable() const;
 
     /// Writes the current settings.
     void save(Properties& block) const;

@@ -2,6 +2,7 @@
 
 #include "protocol/device.h"
 #include "streams/internal/DeviceAddress.h"
+#include "streams/internal/Diagnosis.h"
 #include "streams/internal/LogText.h"
 
 #include <limits>
@@ -37,8 +38,14 @@ bool findSerialDevice(const std::function<bool()>& search) {
     return false;
 }
 
-bool answersProbe(const std::string& portName) {
-    if (deviceProbePort(portName.c_str()) == 0)
+bool probe(const NDIConnectionData& connection, const std::string& portName) {
+    const int code = deviceProbePort(portName.c_str());
+    traceNote(connection, "probed ", portName, ": code ", code);
+    return code == 0;
+}
+
+bool answersProbe(const NDIConnectionData& connection, const std::string& portName) {
+    if (probe(connection, portName))
         return true;
     logNdi(Log::Error, "Failed to probe device!");
     return false;
@@ -80,7 +87,7 @@ std::optional<std::string> connectSerialDevice(NDIConnectionData& connection,
     } else if (!isSerialPortName(address)) {
         logInvalidAddress();
         return address;
-    } else if (!answersProbe(address)) {
+    } else if (!answersProbe(connection, address)) {
         return std::nullopt;
     }
     logNdi(Log::Information, "Connecting to ", address, " as serial device...");
@@ -91,7 +98,7 @@ std::optional<std::string> connectSerialDevice(NDIConnectionData& connection,
 bool searchSerialPorts(NDIConnectionData& connection) {
     for (int index = 0; index < serialPortCount; ++index) {
         const std::string name = serialPortName(index);
-        if (deviceProbePort(name.c_str()) != 0)
+        if (!probe(connection, name))
             continue;
         connection.hardwareDevice.assign(name);
         return true;
@@ -101,6 +108,7 @@ bool searchSerialPorts(NDIConnectionData& connection) {
 
 bool initializeDevice(NDIConnectionData& connection, const std::string& address, void* stream) {
     DeviceRecord* const device = connection.device;
+    traceNote(connection, "opened ", address, device == nullptr ? ": failed" : "");
     if (device == nullptr) {
         logNdi(Log::Error, "Connection could not be established!");
         return false;
@@ -108,6 +116,7 @@ bool initializeDevice(NDIConnectionData& connection, const std::string& address,
     logNdi(Log::Information, "Connection established at ", address, ". Using ",
            connection.binaryQueryMode ? "binary" : "text", " mode.");
     deviceSetErrorCallback(device, logDeviceError, stream);
+    traceDevice(connection);
     const bool isSerial = connection.connectionType == ConnectionType::Serial;
     if (isSerial) {
         const std::int32_t rate = connection.measurementRate;
@@ -134,6 +143,7 @@ void releaseDevice(NDIConnectionData& connection) {
         deviceCloseNetwork(connection.device);
     }
     connection.device = nullptr;
+    traceNote(connection, "closed");
 }
 
 void logDeviceError(std::int32_t code, const char* text, void* stream) {

@@ -24,8 +24,8 @@ TEST(Transport, OpensInOrderAndClosesWhatItCannotUse) {
     const std::string serial = "open, capture, queues 3200, raw, timeouts 5000+2, line 9600 8N1, ";
     const std::string socket = "start, socket, nodelay, ";
     const std::tuple<bool, const char*, std::string> cases[] = {
-        {true, "", serial + "purge rt, restore, close"},
-        {true, "line", serial + "restore, close"},
+        {true, "", serial + "purge rt, purge t, restore, close"},
+        {true, "line", serial + "purge t, restore, close"},
         {false, "start", "start"},
         {false, "socket", "start, socket"},
         {false, "nodelay", "start, socket, nodelay, close"},
@@ -61,7 +61,9 @@ TEST(Transport, FourSlotsForTheSettingsOfPorts) {
     for (const int i : {4, 0, 1, 2, 3}) { // the fifth never had one
         serialClose(ports[i]);
     }
-    EXPECT_EQ(fake.log, "close, restore, close, restore, close, restore, close, restore, close");
+    EXPECT_EQ(fake.log,
+              "purge t, close, purge t, restore, close, purge t, restore, close, purge t, "
+              "restore, close, purge t, restore, close");
 }
 
 TEST(Transport, SerialSettingsArePassedOn) {

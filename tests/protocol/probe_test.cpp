@@ -32,7 +32,7 @@ std::string spelledOut(const std::string& steps) {
         {'s', "sleep 100"},
         {'g', "sleep 100, write GETINFO:Features.Firmware.Version0492~"},
         {'v', "write VER:065EE~"},
-        {'c', "restore, close"}};
+        {'c', "purge t, restore, close"}};
     std::string log;
     for (const char step : steps) {
         log += (log.empty() ? "" : ", ") + kSteps.at(step);
@@ -82,7 +82,7 @@ TEST(Probe, WhatTheSystemRefuses) {
         {"queues", 0x200, "open, capture, queues 3200, close"},
         {"raw", 0x200, "open, capture, queues 3200, raw, close"},
         {"timeouts", 0x200, spelledOut("oc")},
-        {"line", 0x300, spelledOut("o") + ", line 9600 8N1, restore, close"},
+        {"line", 0x300, spelledOut("o") + ", line 9600 8N1, purge t, restore, close"},
     };
     for (const auto& [operation, result, log] : refusals) {
         fake = {};
@@ -107,6 +107,6 @@ TEST(Probe, ShortAndRefusedWrites) {
         fake.reads = reads;
         fake.writes = writes;
         EXPECT_EQ(deviceProbePort("COM3"), result) << fake.log;
-        EXPECT_TRUE(fake.log.ends_with("restore, close"));
+        EXPECT_TRUE(fake.log.ends_with("purge t, restore, close"));
     }
 }

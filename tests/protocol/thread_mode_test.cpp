@@ -55,13 +55,16 @@ TEST_F(ThreadMode, TrackingCommandsTakeTheNewestReply) {
         const std::size_t started = peer.commands().size();
         EXPECT_EQ(errorOf("PHSR:00"), 0);
         EXPECT_EQ(peer.commands().size(), started + 1); // nothing is repeated unasked
+        std::uint32_t first = 0;
         std::uint32_t last = 0;
         for (int i = 0; i < 30; ++i) {
             ASSERT_EQ(errorOf(i < 15 ? "TX:0001" : "TX:1001"), 0);
             const std::uint32_t frame = deviceTxFrameNumber(device.get(), 0x0A);
-            EXPECT_GT(frame, last);
+            EXPECT_GE(frame, last); // two hand-overs may fall into one: then it is read twice
+            first = i == 0 ? frame : first;
             last = frame;
         }
+        EXPECT_GT(last, first);
         EXPECT_EQ(errorOf("PINIT:01"), 0); // pauses the thread
         EXPECT_EQ(errorOf("TSTART:"), 0);
         EXPECT_EQ(errorOf("TX:0001"), 0);

@@ -113,7 +113,7 @@ Transfer writePort(std::intptr_t port, const char* bytes, int n) {
             written += static_cast<int>(put);
         } else if (put < 0 && !mayTryAgain(errno)) {
             return failure(errno);
-        } else if (!waitUntilReady(descriptor, POLLOUT, deadline)) {
+        } else if (!waitUntilReady(descriptor, POLLOUT, deadline) || deadline.leftMs() == 0) {
             break;
         }
     }

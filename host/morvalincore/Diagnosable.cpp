@@ -1,0 +1,7 @@
+#include <morvalincore/Diagnosable.h>
+
+namespace Morvalin {
+
+Diagnosable::~Diagnosable() = default;
+
+} // namespace Morvalin

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include <morvalincore/Export.h>
+
+namespace Morvalin {
+
+/// Something that can tell what passes between it and a device, for a report that a user sends. A
+/// stream that can, derives from this class beside its own base; a host finds out by a dynamic_cast
+/// and need not know more of the stream.
+class MORVALINCORE_EXPORT Diagnosable {
+public:
+    enum class Traffic {
+        Sent,     ///< the bytes of one command
+        Received, ///< the bytes of one reply; none: it did not come, or not whole
+        Note      ///< a text: something that was done to the connection
+    };
+
+    /// Called on whichever thread talks to the device, one call at a time for each object. It must
+    /// neither throw nor call back into the object.
+    using TraceSink = std::function<void(Traffic kind, std::string_view bytes)>;
+
+    virtual ~Diagnosable();
+
+    /// Everything that is known of the device now; empty without a device. Any thread; waits for an
+    /// exchange with the device that is under way.
+    virtual std::string stateDump() = 0;
+
+    /// Sets or (with an empty function) removes the receiver of the traffic. Only while no device
+    /// is connected; without one, tracing costs nothing.
+    virtual void setTraceSink(TraceSink sink) = 0;
+};
+
+} // namespace Morvalin
