@@ -81,7 +81,7 @@ TEST(Probe, WhatTheSystemRefuses) {
         {"capture", 0x200, "open, capture, close"},
         {"queues", 0x200, "open, capture, queues 3200, close"},
         {"raw", 0x200, "open, capture, queues 3200, raw, close"},
-        {"timeouts", 0x200, spelledOut("oc")},
+        {"timeouts", 0x200, spelledOut("o") + ", restore, close"},
         {"line", 0x300, spelledOut("o") + ", line 9600 8N1, purge t, restore, close"},
     };
     for (const auto& [operation, result, log] : refusals) {
