@@ -1,0 +1,6 @@
+file(STRINGS ${MORVALIN_WINDOWS_CACHE}/prefix/include/boost/version.hpp line
+  REGEX "#define BOOST_LIB_VERSION")
+string(REGEX REPLACE ".*\"([0-9]+)_([0-9]+)(_([0-9]+))?\".*" "\\1.\\2" PACKAGE_VERSION "${line}")
+if(NOT PACKAGE_VERSION VERSION_LESS PACKAGE_FIND_VERSION)
+  set(PACKAGE_VERSION_COMPATIBLE TRUE)
+endif()
