@@ -1,0 +1,61 @@
+#pragma once
+
+#include "protocol/device.h"
+#include "protocol/transport.h"
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+// The measurement system that with_device.py has started for this program.
+namespace testdevice {
+
+inline std::string environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+inline std::uint16_t tcpPort() {
+    return static_cast<std::uint16_t>(std::atoi(environment("MORVALIN_TEST_PORT").c_str()));
+}
+
+inline std::string comName() {
+    return environment("MORVALIN_TEST_COM");
+}
+
+struct Close {
+    void operator()(DeviceRecord* record) const {
+        if (record->deviceName != nullptr) {
+            deviceCloseSerial(record);
+        } else {
+            deviceCloseNetwork(record);
+        }
+    }
+};
+using DevicePtr = std::unique_ptr<DeviceRecord, Close>;
+
+inline DevicePtr openNetwork(int timeoutMs = 20000) {
+    DevicePtr device(deviceOpenNetwork("127.0.0.1", tcpPort()));
+    if (device) {
+        deviceSetNetworkTimeout(device.get(), timeoutMs);
+    }
+    return device;
+}
+
+// Wine ends every read of a port with its time-out, so a short one keeps the tests short.
+inline DevicePtr openSerial() {
+    DevicePtr device(deviceOpenSerial(comName().c_str()));
+    if (device) {
+        serialSetTimeout(device->serialPort, 400);
+    }
+    return device;
+}
+
+// The reply of a command that must succeed; what went wrong instead of it when it did not.
+inline std::string ask(DeviceRecord& device, const char* command) {
+    const std::string reply = deviceCommand(&device, "%s", command);
+    const int error = deviceGetError(&device);
+    return error == 0 ? reply : std::string(command) + ": " + deviceErrorText(error);
+}
+
+} // namespace testdevice
