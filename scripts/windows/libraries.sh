@@ -25,12 +25,13 @@ windows_build_test_framework() {
 
 windows_link_headers() {
   local include=$cache/prefix/include share=$cache/prefix/share
-  mkdir -p "$include" "$share"
+  mkdir -p "$include" "$share/cmake" "$share/eigen3"
   ln -sfn /usr/include/boost "$include/boost"
   ln -sfn /usr/include/eigen3 "$include/eigen3"
   ln -sfn /usr/include/nlohmann "$include/nlohmann"
   ln -sfn /usr/include/CLI "$include/CLI"
-  cp -r /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json /usr/share/eigen3/cmake/ "$share"
+  cp -r /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$share/cmake"
+  cp -r /usr/share/eigen3/cmake "$share/eigen3"
 }
 
 windows_build_libraries() {
