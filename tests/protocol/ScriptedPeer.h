@@ -13,7 +13,7 @@
 class ScriptedPeer {
 public:
     // A TCP server on 127.0.0.1 that takes one connection after another, or the master side of a
-    // pseudo-terminal, whose slave side it keeps open.
+    // pseudo-terminal, whose slave side it keeps open. Not every system has the latter.
     enum class Kind { tcp, pty };
 
     // What to do about one command: the chunks to send, one send each, and whether to hang up then.
@@ -45,15 +45,24 @@ public:
     // Sends bytes that answer no command. The connection must be open.
     void send(const std::string& bytes);
 
+    // Waits until a socket or port has something to read; false when the time passed first.
+    static bool isReadable(int descriptor, int ms);
+
     // Closes everything, as when the adapter of a cable is pulled out.
     void unplug();
 
 private:
-    void listenLocally();
-    void openTerminal();
     void run();
     bool serve();
     bool answer(const std::string& command);
+
+    // The system's part, a file of its own for each system. Descriptors are sockets or terminals.
+    void listenLocally();
+    void openTerminal();
+    static int acceptFrom(int listener);
+    static int receive(int descriptor, char* buffer, int max);
+    static int transmit(int descriptor, const char* bytes, int n); // negative: the peer has gone
+    static void close(int descriptor);
 
     std::atomic<bool> m_stops = false;
     std::atomic<int> m_descriptor = -1; // accepted connection or master side

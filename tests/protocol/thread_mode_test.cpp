@@ -1,30 +1,12 @@
 #include "protocol/device.h"
 #include "tests/protocol/RecordPtr.h"
 #include "tests/protocol/ScriptedPeer.h"
-#include "tests/protocol/Wire.h"
+#include "tests/protocol/Tracker.h"
 
 #include <algorithm>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <pthread.h>
-#include <unistd.h>
-
-using Answer = ScriptedPeer::Answer;
 
 namespace {
-
-// A device that numbers its frames and answers everything else with OKAY.
-Answer track(const std::string& command) {
-    static std::atomic<unsigned> frame;
-    if (command.starts_with("TX")) {
-        return wire::text("010AMISSING00000031" + wire::hex(++frame, 8) + "\n0000");
-    }
-    if (command.starts_with("BX")) {
-        return wire::binary("\x01\x0A\x02" + wire::le32(0x31) + wire::le32(++frame) +
-                            wire::le16(0));
-    }
-    return wire::text("OKAY");
-}
 
 class ThreadMode : public testing::Test {
 protected:
@@ -126,58 +108,4 @@ TEST_F(ThreadMode, BinaryRepliesEndAtTheirFirstZero) {
     EXPECT_EQ(errorOf("TSTART:"), 0);
     EXPECT_EQ(errorOf("BX:0001"), 0x100);
     EXPECT_EQ(device->BxHandleCount, 0);
-}
-
-TEST_F(ThreadMode, AnErrorEndsTheThreadAndIsReportedOnce) {
-    ScriptedPeer line(ScriptedPeer::Kind::pty, track);
-    device.reset(deviceOpenSerial(line.path()));
-    ASSERT_TRUE(device);
-    static std::atomic<int> foreignCalls;
-    static std::thread::id here;
-    here = std::this_thread::get_id();
-    const auto callback = [](std::int32_t, const char*, void*) {
-        foreignCalls += std::this_thread::get_id() == here ? 0 : 1;
-    };
-    deviceSetErrorCallback(device.get(), callback, nullptr);
-    deviceSetThreadMode(device.get(), true);
-    EXPECT_EQ(errorOf("TSTART:"), 0);
-    EXPECT_EQ(errorOf("TX:0001"), 0);
-    line.setScript([](const std::string& command) {
-        return command.starts_with("TX") ? Answer("ERROR0C\r") : track(command);
-    });
-    std::int32_t error = 0;
-    for (int i = 0; i < 1000 && error == 0; ++i) {
-        error = errorOf("TX:0001");
-    }
-    EXPECT_EQ(error, 0x0C);
-    EXPECT_EQ(errorOf("TX:0001"), 0x400);
-    // Other commands still work, and switching off and on brings the thread back.
-    line.setScript(track);
-    EXPECT_EQ(errorOf("TSTOP:"), 0);
-    deviceSetThreadMode(device.get(), false);
-    deviceSetThreadMode(device.get(), true);
-    EXPECT_EQ(errorOf("TSTART:"), 0);
-    EXPECT_EQ(errorOf("TX:0001"), 0);
-    EXPECT_EQ(foreignCalls, 0);
-}
-
-TEST_F(ThreadMode, ReaderLeavesSignalsToTheProgram) {
-    static std::atomic<bool> isTaken;
-    signal(SIGINT, [](int) { isTaken = true; });
-    deviceSetThreadMode(device.get(), true);
-    EXPECT_EQ(errorOf("TSTART:"), 0);
-    EXPECT_EQ(errorOf("TX:0001"), 0);
-    // With the main thread deaf, only the reader could take it.
-    sigset_t interrupt;
-    sigemptyset(&interrupt);
-    sigaddset(&interrupt, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);
-    kill(getpid(), SIGINT);
-    for (int i = 0; i < 20; ++i) {
-        EXPECT_EQ(errorOf("TX:0001"), 0);
-    }
-    EXPECT_FALSE(isTaken);
-    pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);
-    EXPECT_TRUE(isTaken);
-    signal(SIGINT, SIG_DFL);
 }

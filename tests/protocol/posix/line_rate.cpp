@@ -1,4 +1,4 @@
-#include "tests/protocol/line_rate.h"
+#include "tests/protocol/posix/line_rate.h"
 
 #include <asm/termbits.h>
 #include <sys/ioctl.h>

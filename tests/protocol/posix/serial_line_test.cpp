@@ -2,9 +2,9 @@
 #include "protocol/transport.h"
 #include "tests/protocol/RecordPtr.h"
 #include "tests/protocol/ScriptedPeer.h"
-#include "tests/protocol/SignalStorm.h"
-#include "tests/protocol/Wire.h"
-#include "tests/protocol/line_rate.h"
+#include "tests/protocol/Tracker.h"
+#include "tests/protocol/posix/SignalStorm.h"
+#include "tests/protocol/posix/line_rate.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -211,4 +211,35 @@ TEST_F(SerialLine, FifthPortWorksButIsNotRestored) {
         devices[i].reset();
         EXPECT_EQ(areEqual(before, settingsOf(others[i])), i < 3) << i;
     }
+}
+
+TEST_F(SerialLine, AnErrorEndsTheReaderThreadAndIsReportedOnce) {
+    peer.setScript(track);
+    static std::atomic<int> foreignCalls;
+    static std::thread::id here;
+    here = std::this_thread::get_id();
+    const auto callback = [](std::int32_t, const char*, void*) {
+        foreignCalls += std::this_thread::get_id() == here ? 0 : 1;
+    };
+    deviceSetErrorCallback(device.get(), callback, nullptr);
+    deviceSetThreadMode(device.get(), true);
+    EXPECT_EQ(errorOf("TSTART:"), 0);
+    EXPECT_EQ(errorOf("TX:0001"), 0);
+    peer.setScript([](const std::string& command) {
+        return command.starts_with("TX") ? Answer("ERROR0C\r") : track(command);
+    });
+    std::int32_t error = 0;
+    for (int i = 0; i < 1000 && error == 0; ++i) {
+        error = errorOf("TX:0001");
+    }
+    EXPECT_EQ(error, 0x0C);
+    EXPECT_EQ(errorOf("TX:0001"), 0x400);
+    // Other commands still work, and switching off and on brings the thread back.
+    peer.setScript(track);
+    EXPECT_EQ(errorOf("TSTOP:"), 0);
+    deviceSetThreadMode(device.get(), false);
+    deviceSetThreadMode(device.get(), true);
+    EXPECT_EQ(errorOf("TSTART:"), 0);
+    EXPECT_EQ(errorOf("TX:0001"), 0);
+    EXPECT_EQ(foreignCalls, 0);
 }
