@@ -13,8 +13,14 @@ namespace Morvalin::App {
 
 namespace {
 
+#if defined(__GNUC__)
+#define MORVALIN_PRINTF_FORMAT __attribute__((format(printf, 2, 3)))
+#else
+#define MORVALIN_PRINTF_FORMAT
+#endif
+
 /// Appends what printf would print, of which the numbers never need more than the buffer.
-[[gnu::format(printf, 2, 3)]] void appendFormatted(std::string& text, const char* format, ...) {
+MORVALIN_PRINTF_FORMAT void appendFormatted(std::string& text, const char* format, ...) {
     char buffer[256];
     std::va_list arguments;
     va_start(arguments, format);
@@ -106,8 +112,8 @@ void appendReadableFrame(std::string& text, const std::string& label, std::uint6
     appendPadded(text, label, label.size() + 2);
     appendFormatted(text, "frame %llu  ", static_cast<unsigned long long>(index));
     appendTimeOfDay(text, frame.timestamp);
-    appendFormatted(text, "  instruments %zu  strays %zu\n", frame.instruments.size(),
-                    countStrays(frame));
+    text += "  instruments " + std::to_string(frame.instruments.size()) + "  strays " +
+            std::to_string(countStrays(frame)) + '\n';
     const Columns columns(frame);
     for (const TrackingInstrument& instrument : frame.instruments)
         appendInstrument(text, instrument, instrument.trackerId.ID == frame.mainId, columns);
