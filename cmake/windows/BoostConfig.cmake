@@ -6,6 +6,8 @@ set(Boost_INCLUDE_DIR ${Boost_INCLUDE_DIRS})
 add_library(Boost::headers INTERFACE IMPORTED)
 target_include_directories(Boost::headers INTERFACE ${Boost_INCLUDE_DIRS})
 target_compile_definitions(Boost::headers INTERFACE BOOST_ALL_NO_LIB)
+# Other compilers are told by the headers themselves.
+target_link_libraries(Boost::headers INTERFACE ws2_32 mswsock)
 foreach(component boost thread system)
   add_library(Boost::${component} INTERFACE IMPORTED)
   target_link_libraries(Boost::${component} INTERFACE Boost::headers)
