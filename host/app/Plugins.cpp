@@ -8,6 +8,7 @@
 #include <boost/dll/shared_library.hpp>
 
 #include "app/Refusal.h"
+#include <morvalincore/FilePath.h>
 
 namespace Morvalin::App {
 
@@ -25,10 +26,10 @@ std::vector<std::string> defaultPlugins() {
     std::error_code ignored; // a folder that is missing holds no plug-ins
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored))
         if (entry.path().extension() == boost::dll::shared_library::suffix())
-            files.push_back(entry.path().string());
+            files.push_back(toText(entry.path()));
     if (files.empty())
         throw Refusal(FileRefused,
-                      "there is no plug-in in " + folder.string() + "; name one with --plugin");
+                      "there is no plug-in in " + toText(folder) + "; name one with --plugin");
     std::sort(files.begin(), files.end());
     return files;
 }

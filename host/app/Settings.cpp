@@ -8,6 +8,7 @@
 #include <string_view>
 #include <system_error>
 
+#include <morvalincore/FilePath.h>
 #include <morvalincore/Log.h>
 
 #include "app/Refusal.h"
@@ -96,7 +97,7 @@ void warnUnknown(const Setting& setting, const std::string& streamName, const Pr
 }
 
 /// Why a file cannot be read; empty when it can.
-std::string readingFault(const std::string& path) {
+std::string readingFault(const std::filesystem::path& path) {
     std::error_code ignored;
     if (std::filesystem::is_directory(path, ignored))
         return "is a folder";
@@ -130,15 +131,16 @@ void appendTool(const Tool& tool, Properties& target) {
     constexpr const char* name = "TrackingTargets";
     Properties* const existing = target.subProperties(name);
     Properties& targets = existing == nullptr ? target.addSubProperties(name) : *existing;
-    const std::filesystem::path path = std::filesystem::absolute(tool.path).lexically_normal();
-    Properties& block = targets.addSubProperties(path.filename().string());
-    block.setParam("Path", path.string());
+    const std::filesystem::path path =
+        std::filesystem::absolute(toPath(tool.path)).lexically_normal();
+    Properties& block = targets.addSubProperties(toText(path.filename()));
+    block.setParam("Path", toText(path));
     block.setParam("Port", tool.port);
 }
 
 void checkToolFiles(const std::vector<Tool>& tools) {
     for (const Tool& tool : tools) {
-        const std::string fault = readingFault(tool.path);
+        const std::string fault = readingFault(toPath(tool.path));
         if (!fault.empty())
             throw Refusal(FileRefused, "tool file " + tool.path + ": " + fault);
     }

@@ -10,6 +10,7 @@
 
 #include <boost/dll/shared_library.hpp>
 
+#include <morvalincore/FilePath.h>
 #include <morvalincore/Log.h>
 
 namespace Morvalin {
@@ -45,7 +46,7 @@ std::string systemMessage(const std::system_error& error) {
 
 /// All symbols are resolved at once: one that is missing would otherwise end the process when it is
 /// first called.
-shared_library openLibrary(const std::string& path) {
+shared_library openLibrary(const std::filesystem::path& path) {
     std::error_code ignored;
     const std::filesystem::file_status status = std::filesystem::status(path, ignored);
     if (!std::filesystem::exists(status))
@@ -147,7 +148,7 @@ bool PluginLoader::load(const std::string& path, std::string& error) {
 }
 
 PluginLoader::LoadedPlugin PluginLoader::loadOrThrow(const std::string& path) const {
-    const shared_library library = openLibrary(path);
+    const shared_library library = openLibrary(toPath(path));
     const std::string descriptor = readDescriptor(library);
     auto* const pluginId = function<IdFunction>(library, "morvalinPluginId");
     auto* const create = function<CreateFunction>(library, "morvalinCreatePlugin");

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "morvalinlib/platform/DurableFile.h"
+#include <morvalincore/FilePath.h>
 #include <morvalincore/PropertiesXml.h>
 #include <morvalinlib/WorkspaceConversionRegistry.h>
 
@@ -51,7 +52,7 @@ Properties parse(const std::string& text) {
 
 /// The file that a name stands for, when it can be replaced.
 fs::path resolveTarget(const std::string& path) {
-    const fs::path target = fs::weakly_canonical(fs::absolute(path));
+    const fs::path target = fs::weakly_canonical(fs::absolute(toPath(path)));
     if (!target.has_filename() || fs::is_directory(target))
         throw WorkspaceError("is a folder");
     if (fs::exists(target) && !fs::is_regular_file(target))
@@ -109,7 +110,7 @@ bool report(const std::string& path, std::string& error, Action action) {
 
 bool Workspace::load(const std::string& path, Properties& root, std::string& error) {
     return report(path, error, [&] {
-        Properties read = parse(readText(path));
+        Properties read = parse(readText(toPath(path)));
         WorkspaceConversionRegistry::instance().convert(read, path);
         if (read.subProperties(algorithmsName) == nullptr)
             throw WorkspaceError("not a workspace: it has no block \"Algorithms\"");

@@ -23,7 +23,7 @@ PATIENCE = 120  # only guards against a hang
 
 class WindowsHost(unittest.TestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="windows host ")
+        folder = tempfile.TemporaryDirectory(prefix="windows host ä ")
         self.addCleanup(folder.cleanup)
         self.folder = folder.name
 
@@ -31,7 +31,7 @@ class WindowsHost(unittest.TestCase):
         return os.path.join(self.folder, name)
 
     def tool(self, part_number):
-        file = self.path(part_number + ".rom")
+        file = self.path(f"目标 {part_number}.rom")
         script = os.path.join(SOURCES, "resources", "tools", "make_tool.py")
         subprocess.run([sys.executable, script, "--part-number", part_number, file], check=True)
         return windows_path(file)
