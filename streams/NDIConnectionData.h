@@ -30,7 +30,9 @@ struct NDIOperatingVolume {
 /// volumes and dummy tool belong to whoever holds connectionLock. The device handle and the last
 /// frame number are used by the stream's hooks and its worker only, which the host runs one at a
 /// time, and every exchange with the device but those of closing happens under connectionLock.
-/// Locks are taken in the order connectionLock, the instrument registry's, any guarded field's.
+/// Letting go of the device happens under releaseLock instead, which whoever looks at the device
+/// beside the hooks holds as well. Locks are taken in the order connectionLock, releaseLock, the
+/// instrument registry's, any guarded field's.
 struct NDIConnectionData {
     enum class ConnectionType { TcpIp = 0, Serial = 1 };
 
@@ -45,6 +47,7 @@ struct NDIConnectionData {
     std::atomic<std::int32_t> measurementRate{5};     ///< index of the link speed to set
     const ConnectionType connectionType;
     std::mutex connectionLock;
+    mutable std::mutex releaseLock;
     std::int32_t dummyToolPortHandle = -1; ///< of the tool that lets bare markers be seen; -1: none
     std::uint32_t lastFrameNumber = 0;     ///< of the frame that was handed out last
     DeviceRecord* device = nullptr;        ///< null: no connection

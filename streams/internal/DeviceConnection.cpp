@@ -5,6 +5,8 @@
 #include "streams/internal/Diagnosis.h"
 #include "streams/internal/LogText.h"
 
+#include <boost/thread/lock_guard.hpp>
+
 #include <limits>
 
 namespace Morvalin {
@@ -134,6 +136,7 @@ bool initializeDevice(NDIConnectionData& connection, const std::string& address,
 }
 
 void releaseDevice(NDIConnectionData& connection) {
+    const boost::lock_guard<std::mutex> lock(connection.releaseLock);
     if (connection.device == nullptr)
         return;
     if (connection.connectionType == ConnectionType::Serial) {

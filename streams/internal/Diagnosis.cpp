@@ -2,6 +2,8 @@
 
 #include "protocol/device.h"
 
+#include <boost/thread/lock_guard.hpp>
+
 namespace Morvalin {
 namespace {
 
@@ -14,6 +16,7 @@ void passOn(bool wasSent, const char* bytes, int length, void* connection) {
 } // namespace
 
 std::string dumpDevice(const NDIConnectionData& connection) {
+    const boost::lock_guard<std::mutex> lock(connection.releaseLock);
     if (connection.device == nullptr)
         return {};
     std::string text(deviceDumpState(connection.device, nullptr, 0) + 1, '\0');

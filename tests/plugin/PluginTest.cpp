@@ -39,9 +39,6 @@ protected:
     MorvalinLibPlugin& plugin() const {
         return dynamic_cast<MorvalinLibPlugin&>(*loader.plugins().at(0).plugin);
     }
-    std::unique_ptr<IoAlgorithm> create(const char* id) const {
-        return plugin().algorithmFactory()->instantiateIoAlgorithm(id, {});
-    }
 
     PluginLoader loader;
 };
@@ -97,8 +94,14 @@ TEST_F(Plugin, OffersTheThreeFamilies) {
         EXPECT_EQ(descriptors[i].id, table[i].id);
         EXPECT_EQ(descriptors[i].category, table[i].category);
         EXPECT_EQ(descriptors[i].displayName, table[i].displayName);
-        const auto algorithm = create(table[i].id);
+        Properties settings; // applied to every new algorithm
+        settings.setParam("hardwareDevice", "none");
+        EXPECT_TRUE(factory.setStoredConfiguration(table[i].id, settings));
+        const auto algorithm = factory.instantiateIoAlgorithm(table[i].id, {});
         ASSERT_TRUE(algorithm);
+        Properties stored;
+        algorithm->configuration(&stored);
+        EXPECT_EQ(stored, settings);
         EXPECT_EQ(algorithm->factoryInfo().id, table[i].id);
         EXPECT_EQ(algorithm->name(), table[i].displayName);
         algorithm->compute();
@@ -113,19 +116,6 @@ TEST_F(Plugin, OffersTheThreeFamilies) {
     input.add(nullptr);
     EXPECT_THAT(factory.compatibleDescriptors(input), IsEmpty());
     EXPECT_EQ(factory.instantiateAlgorithm(vegaId, input), nullptr);
-}
-
-TEST_F(Plugin, NewAlgorithmsGetTheStoredConfiguration) {
-    Properties settings;
-    settings.setParam("hardwareDevice", "10.1.2.3");
-    ASSERT_TRUE(plugin().algorithmFactory()->setStoredConfiguration(vegaId, settings));
-    const auto algorithm = create(vegaId);
-    algorithm->compute();
-    Properties written;
-    algorithm->configuration(&written);
-    std::string address;
-    EXPECT_TRUE(written.param("hardwareDevice", address));
-    EXPECT_EQ(address, "10.1.2.3");
 }
 
 TEST_F(Plugin, ConvertsOldWorkspaces) {
@@ -151,32 +141,22 @@ TEST_F(Plugin, ConvertsOldWorkspaces) {
     EXPECT_EQ(conversions.back().description,
               "Renamed PolarisAuroraTrackingStream to camera-specific TrackingStream");
     EXPECT_EQ(conversions.back().version, 33);
+    const auto& convert = conversions.back().function;
 
-    Properties all;
-    EXPECT_FALSE(conversions.back().function(all, "workspace"));
-    all.addSubProperties("Algorithms");
+    Properties root;
+    EXPECT_FALSE(convert(root, "workspace"));
+    Properties& algorithms = root.addSubProperties("Algorithms");
     for (const auto& row : table) {
         SCOPED_TRACE(std::string(row.name) + (row.systemType ? row.systemType : ""));
-        Properties root;
-        for (Properties* workspace : {&root, &all}) {
-            Properties& algorithms = workspace == &root ? root.addSubProperties("Algorithms")
-                                                        : *all.subProperties("Algorithms");
-            Properties& block = algorithms.addSubProperties(row.name);
-            block.setParam("startAfterInit", true);
-            if (row.systemType != nullptr)
-                block.setParam("systemType", row.systemType);
-        }
-        Properties expected = root;
-        expected.subProperties("Algorithms")->children().front().setName(row.converted);
-        EXPECT_EQ(conversions.back().function(root, "workspace"),
-                  std::string(row.name) != row.converted);
+        Properties& block = algorithms.addSubProperties(row.name);
+        block.setParam("startAfterInit", true);
+        if (row.systemType != nullptr)
+            block.setParam("systemType", row.systemType);
+        Properties expected = root; // those of the rows before are converted
+        expected.subProperties("Algorithms")->children().back().setName(row.converted);
+        EXPECT_EQ(convert(root, "workspace"), std::string(row.name) != row.converted);
         EXPECT_EQ(root, expected);
     }
-    EXPECT_TRUE(conversions.back().function(all, "workspace"));
-    EXPECT_FALSE(conversions.back().function(all, "workspace"));
-    auto block = all.subProperties("Algorithms")->children().begin();
-    for (const auto& row : table)
-        EXPECT_EQ((block++)->name(), row.converted);
 }
 
 TEST(PluginSettings, SerialPortNamesComeFromTheHost) {

@@ -45,6 +45,7 @@ void useLikeAPanel(PolarisAuroraTrackingStream<N>& stream) {
     stream.setMaxRange(0);
     stream.setMeasurementRate(5);
     stream.maxRangeOptions();
+    stream.stateDump();
     stream.instruments()->instruments();
     stream.isInitialized();
 }

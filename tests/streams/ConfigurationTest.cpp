@@ -70,7 +70,8 @@ TYPED_TEST(Configuration, WritesDefaultsAndSurvivesNull) {
     EXPECT_FALSE(this->stream.isInitialized());
     this->stream.configure(nullptr);
     this->stream.configuration(nullptr);
-    this->stream.configure(std::make_unique<Properties>().get());
+    const Properties nothing;
+    this->stream.configure(&nothing);
     EXPECT_EQ(this->write(), this->isNetwork ? freshNetwork : freshSerial);
 }
 
@@ -86,6 +87,9 @@ TYPED_TEST(Configuration, ReadsWhatItWroteFromAFile) {
     Properties written("block");
     this->stream.configuration(&written);
     this->stream.configuration(&written); // as a panel does: into the same block again
+    Properties once("block");
+    this->stream.configuration(&once);
+    EXPECT_EQ(written, once);
 
     Properties read;
     std::string error;
@@ -158,12 +162,10 @@ TYPED_TEST(Configuration, ReadsOldAndPartialSettings) {
 }
 
 TYPED_TEST(Configuration, IgnoresIndicesThatAreNone) {
-    this->stream.setMaxRange(-1);
-    EXPECT_EQ(this->stream.maxRange(), 0);
-    this->stream.setMaxRange(2147483647);
-    EXPECT_EQ(this->stream.maxRange(), 2147483647);
-    for (const std::int32_t index : {-1, 8, 2147483647}) {
+    for (const std::int32_t index : {2147483647, -1}) {
+        this->stream.setMaxRange(index);
         this->stream.setMeasurementRate(index);
+        EXPECT_EQ(this->stream.maxRange(), 2147483647);
         EXPECT_EQ(this->stream.measurementRate(), 5);
     }
     this->stream.setMeasurementRate(0);
@@ -172,43 +174,38 @@ TYPED_TEST(Configuration, IgnoresIndicesThatAreNone) {
 }
 
 TEST(OpenConfiguration, RefusesChoicesAndSavesVolumesAndMainInstrument) {
-    Rig<Vega> rig;
+    ndisim::DeviceOptions device;
+    device.volumes = ndisim::familyVolumes(ndisim::Family::Vega);
+    Rig<Vicra> rig(device);
     rig.addTool("a.rom", "111");
     rig.addTool("b.rom", "222");
-    Properties properties;
-    properties.setParam("maxRange", 1);
-    properties.setParam("selectedInstrument", "222");
-    rig.stream.configure(&properties);
+    Properties settings;
+    settings.setParam("maxRange", 1);
+    settings.setParam("measurementRate", 4);
+    settings.setParam("selectedInstrument", "222");
+    rig.stream.configure(&settings);
     ASSERT_TRUE(rig.stream.open());
-    rig.log.take();
-
-    rig.stream.configure(&properties); // nothing differs
-    EXPECT_THAT(rig.log.take(), IsEmpty());
-    rig.stream.setMaxRange(7);
-    EXPECT_EQ(rig.stream.maxRange(), 1);
-    EXPECT_THAT(rig.log.take(), ElementsAre("[4] Max Range cannot be set when connection is "
-                                            "established. Close connection first."));
+    EXPECT_THAT(rig.takeCommands(), testing::IsSupersetOf({"COMM:40001", "VSEL:2"}));
     Properties saved;
     rig.stream.configuration(&saved);
-    EXPECT_EQ(saved.params().front().key, "maxRange");
-    EXPECT_EQ(saved.paramType("maxRange"), 8);
-    const std::vector<std::string> options = rig.stream.maxRangeOptions();
-    ASSERT_EQ(options.size(), 2U);
-    EXPECT_EQ(saved.paramAttributes("maxRange"),
-              (Properties::Attributes{{"values", options[0] + ", " + options[1]}}));
-    std::string mainId;
-    EXPECT_TRUE(saved.param("selectedInstrument", mainId));
-    EXPECT_EQ(mainId, "222");
-}
-
-TEST(OpenConfiguration, RefusesTheRateOfAnOpenSerialStream) {
-    Rig<Vicra> rig;
-    ASSERT_TRUE(rig.stream.open());
+    const Lines volumes = rig.stream.maxRangeOptions();
+    ASSERT_GE(volumes.size(), 2U);
+    const std::string range = "maxRange=1 type 8 {values=" + volumes[0] + ", " + volumes[1];
+    EXPECT_THAT(render(saved), testing::AllOf(testing::StartsWith(range),
+                                              testing::HasSubstr("selectedInstrument=222 ")));
     rig.log.take();
-    rig.stream.setMeasurementRate(5);
+    rig.stream.configure(&settings); // nothing differs
+    EXPECT_THAT(rig.log.take(), IsEmpty());
+    rig.stream.setMaxRange(-1);
+    rig.stream.setMaxRange(7);
     rig.stream.setMeasurementRate(8);
-    EXPECT_THAT(rig.log.take(), ElementsAre("[4] Measurement rate cannot be set when connection is "
-                                            "established. Close connection first."));
+    rig.stream.setMeasurementRate(4);
+    EXPECT_THAT(rig.log.take(),
+                ElementsAre("[4] Max Range cannot be set when connection is established. Close "
+                            "connection first.",
+                            "[4] Measurement rate cannot be set when connection is established. "
+                            "Close connection first."));
+    EXPECT_EQ(rig.stream.maxRange(), 1);
 }
 
 } // namespace

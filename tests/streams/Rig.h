@@ -28,6 +28,13 @@ constexpr int Vicra = NDIDeviceFamily::PolarisVicra;
 constexpr int Vega = NDIDeviceFamily::PolarisVega;
 constexpr int Aurora = NDIDeviceFamily::Aurora;
 
+template <int N>
+constexpr ndisim::Family family() {
+    return N == Vega    ? ndisim::Family::Vega
+           : N == Vicra ? ndisim::Family::Vicra
+                        : ndisim::Family::Aurora;
+}
+
 /// A folder that goes away with the test.
 class TemporaryFolder {
 public:
@@ -122,9 +129,7 @@ public:
 private:
     ndisim::SimulatorOptions simulatorOptions(ndisim::DeviceOptions device) {
         ndisim::SimulatorOptions options;
-        device.family = N == Vega    ? ndisim::Family::Vega
-                        : N == Vicra ? ndisim::Family::Vicra
-                                     : ndisim::Family::Aurora;
+        device.family = family<N>();
         device.rateHz = 1;
         options.device = std::move(device);
         if (N != Vega)

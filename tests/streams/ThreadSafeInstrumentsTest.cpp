@@ -43,39 +43,45 @@ void run(const std::vector<Step>& steps) {
     }
 }
 
+using Operation = std::function<std::uint32_t(Registry&)>;
+
+Operation create(const char* id) {
+    return [id](Registry& r) { return r.create(TrackerID(id, "n", "m"), true); };
+}
+Operation byIndex(std::uint32_t index) {
+    return [index](Registry& r) { return r.setMainByIndex(index); };
+}
+Operation byId(const char* id) {
+    return [id](Registry& r) { return r.setMainById(id); };
+}
+Operation removal(const char* id) {
+    return [id](Registry& r) { return r.remove(id); };
+}
+const Operation clearing = [](Registry& r) { return r.clear(); };
+const Operation counted = [](Registry& r) { return r.create("t-", "model", "name", true); };
+
 TEST(ThreadSafeInstruments, KeepsTrackOfTheMainInstrument) {
-    const auto create = [](const char* id) {
-        return [id](Registry& r) { return r.create(TrackerID(id, "n", "m"), true); };
-    };
     run({
-        {"clear when empty", [](Registry& r) { return r.clear(); }, 0, "", 0, ""},
-        {"index of an empty registry", [](Registry& r) { return r.setMainByIndex(1); }, 0, "", 0,
-         "Index 1 exceeds size of instruments"},
+        {"clear when empty", clearing, 0, "", 0, ""},
+        {"index of an empty registry", byIndex(1), 0, "", 0, "Index 1 exceeds size of instruments"},
         {"first", create("9"), 4 | 2, "9", 0, ""},
         {"second, before it in byte order", create("10"), 4, "9", 0, ""},
         {"double", create("9"), 0, "9", 0, "create: Instrument with ID 9 already exists"},
-        {"same index, though another stands there", [](Registry& r) { return r.setMainByIndex(0); },
-         0, "9", 0, ""},
-        {"same id at its place", [](Registry& r) { return r.setMainByIndex(1); }, 0, "9", 1, ""},
-        {"index equal to the count", [](Registry& r) { return r.setMainByIndex(2); }, 0, "9", 1,
-         "Index 2 exceeds size of instruments"},
-        {"by index", [](Registry& r) { return r.setMainByIndex(0); }, 2, "10", 0, ""},
-        {"by id", [](Registry& r) { return r.setMainById("9"); }, 2, "9", 1, ""},
-        {"by the same id", [](Registry& r) { return r.setMainById("9"); }, 0, "9", 1, ""},
-        {"by unknown id", [](Registry& r) { return r.setMainById("x"); }, 0, "9", 1,
-         "setMainById: Instrument with ID x not found"},
-        {"remove another", [](Registry& r) { return r.remove("10"); }, 4, "9", 1, ""},
-        {"remove unknown", [](Registry& r) { return r.remove("10"); }, 0, "9", 1,
-         "remove: Instrument with ID 10 not found"},
+        {"same index, though another stands there", byIndex(0), 0, "9", 0, ""},
+        {"same id at its place", byIndex(1), 0, "9", 1, ""},
+        {"index equal to the count", byIndex(2), 0, "9", 1, "Index 2 exceeds size of instruments"},
+        {"by index", byIndex(0), 2, "10", 0, ""},
+        {"by id", byId("9"), 2, "9", 1, ""},
+        {"by the same id", byId("9"), 0, "9", 1, ""},
+        {"by unknown id", byId("x"), 0, "9", 1, "setMainById: Instrument with ID x not found"},
+        {"remove another", removal("10"), 4, "9", 1, ""},
+        {"remove unknown", removal("10"), 0, "9", 1, "remove: Instrument with ID 10 not found"},
         {"third", create("7"), 4, "9", 1, ""},
-        {"remove the main one", [](Registry& r) { return r.remove(r.mainId()); }, 4 | 2, "7", 0,
-         ""},
-        {"remove the last one", [](Registry& r) { return r.remove("7"); }, 4 | 2, "", 0, ""},
-        {"counted ids", [](Registry& r) { return r.create("t-", "model", "name", true); }, 4 | 2,
-         "t-0", 0, ""},
-        {"next number", [](Registry& r) { return r.create("t-", "model", "name", true); }, 4, "t-0",
-         0, ""},
-        {"clear", [](Registry& r) { return r.clear(); }, 4 | 2, "", 0, ""},
+        {"remove the main one", removal("9"), 4 | 2, "7", 0, ""},
+        {"remove the last one", removal("7"), 4 | 2, "", 0, ""},
+        {"counted ids", counted, 4 | 2, "t-0", 0, ""},
+        {"next number", counted, 4, "t-0", 0, ""},
+        {"clear", clearing, 4 | 2, "", 0, ""},
     });
 }
 
@@ -120,8 +126,7 @@ TEST(ThreadSafeInstruments, ReportsWhatAModificationChanged) {
         {"reset again", [](Registry& r) { return r.resetPoses(5); }, 0, "a", 0, ""},
         {"unknown id", [](Registry& r) { return r.modify("b", Registry::ModifySpecialFunction()); },
          0, "a", 0, ""},
-        {"one without a record", [](Registry& r) { return r.create(TrackerID("b", "", ""), true); },
-         4, "a", 0, ""},
+        {"one without a record", create("b"), 4, "a", 0, ""},
         {"its record", [](Registry& r) { return r.modify("b", Registry::ModifySpecialFunction()); },
          0, "a", 0, "modify: Special object for instrument with ID b does not exist"},
         {"all records",
