@@ -6,8 +6,7 @@
 
 namespace Morvalin {
 
-/// Makes the panels of the device streams. There are none yet: until then the host shows its own
-/// view of a stream.
+/// Makes the panels of the device streams; null for any other algorithm.
 class NDIControllerFactory : public AlgorithmControllerFactory {
 public:
     NDIControllerFactory();

@@ -1,0 +1,97 @@
+#include "gui/ROMLoadingDialog.h"
+#include "tests/gui/GuiRig.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QSpinBox>
+
+namespace Morvalin {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(OpenFilename, StartsInTheFolderLastUsedForTheCategory) {
+    FileAnswers files({"/one/a.rom", "", "/two/b.rom", "/three/c.xml", ""});
+    std::vector<std::string> starts;
+    for (const auto& [category, start] : {std::pair{"Tools", ""},
+                                          {"Tools", ""},
+                                          {"Tools", "/given"},
+                                          {"Other", ""},
+                                          {"Tools", ""}}) {
+        QtHelpers::getOpenFilename(nullptr, category, "Caption", "Any (*)", nullptr, start);
+        starts.push_back(files.requests.back().start.toStdString());
+    }
+    EXPECT_THAT(starts, ElementsAre("", "/one", "/given", "", "/two"));
+}
+
+TEST(OpenFilename, TheDialogMayBeAnsweredCancelledOrLoseItsParent) {
+    const QString file = QCoreApplication::applicationFilePath();
+    auto parent = std::make_unique<QWidget>();
+    const auto ask = [&](const std::function<void(QFileDialog&)>& answer) {
+        whenModal<QFileDialog>(answer);
+        return QtHelpers::getOpenFilename(parent.get(), "Test", "Caption", "Any (*)", nullptr,
+                                          QFileInfo(file).path());
+    };
+    const auto accept = [&](QFileDialog& dialog) {
+        dialog.selectFile(file);
+        static_cast<QDialog&>(dialog).accept();
+    };
+    EXPECT_EQ(ask(accept), file);
+    EXPECT_EQ(ask([](QFileDialog& dialog) { dialog.reject(); }), "");
+    EXPECT_EQ(ask([&](QFileDialog&) { parent.reset(); }), "");
+}
+
+TEST(ROMDialog, LaysItsWidgetsOutInThreeRows) {
+    const ROMLoadingDialog dialog;
+    EXPECT_EQ(dialog.windowTitle(), "Load Geometry from ROM file");
+    std::vector<std::string> rows;
+    for (int i = 0; i < dialog.layout()->count(); ++i) {
+        QLayout* const row = dialog.layout()->itemAt(i)->layout();
+        ASSERT_NE(qobject_cast<QHBoxLayout*>(row), nullptr);
+        rows.emplace_back();
+        for (int k = 0; k < row->count(); ++k) {
+            const QWidget* const widget = row->itemAt(k)->widget();
+            const QVariant text = widget != nullptr ? widget->property("text") : "stretch";
+            rows.back() += "[" + text.toString().toStdString() + "]";
+        }
+    }
+    EXPECT_THAT(rows, ElementsAre("[ROM Geometry File:][][...]", "[Port:][1]", "[OK][stretch]"));
+}
+
+TEST(ROMDialog, GivesFileAndPortHoweverItWasLeft) {
+    FileAnswers files({"/tools/a.rom", ""});
+    ROMLoadingDialog dialog;
+    QPushButton* const choose = buttonWith(dialog, "...");
+    auto* const field = dialog.findChild<QLineEdit*>();
+    dialog.show();
+    QTest::mousePress(choose, Qt::LeftButton);
+    EXPECT_TRUE(files.requests.empty());
+    QTest::mouseRelease(choose, Qt::LeftButton);
+    EXPECT_EQ(dialog.file().filePath(), "/tools/a.rom");
+    ASSERT_EQ(files.requests.size(), 1U);
+    EXPECT_EQ(files.requests[0].parent, &dialog);
+    EXPECT_EQ(files.requests[0].category + "|" + files.requests[0].caption + "|" +
+                  files.requests[0].filter,
+              "Tracker|Select Geometry file|Geometry files (*.rom)");
+    choose->click();
+    EXPECT_EQ(field->text(), "");
+
+    EXPECT_EQ(dialog.port(), 1);
+    for (const auto& [wanted, given] : {std::pair{0, 1}, {16, 16}, {17, 16}, {7, 7}}) {
+        dialog.findChild<QSpinBox*>()->setValue(wanted);
+        EXPECT_EQ(dialog.port(), given);
+    }
+    QTest::keyClicks(field, "/typed/b.rom");
+    dialog.close();
+    EXPECT_EQ(dialog.result(), QDialog::Rejected);
+    EXPECT_EQ(dialog.file().fileName(), "b.rom");
+    EXPECT_EQ(dialog.port(), 7);
+    dialog.show();
+    QTest::keyClick(field, Qt::Key_Return); // not the file dialog, which would empty the field
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+}
+
+} // namespace
+} // namespace Morvalin
