@@ -24,7 +24,7 @@ windows_build_qt() {
     make install
     touch "$cache/qt/.complete"
   ) >"$build/log" 2>&1 || windows_stop "Qt did not build, see $build/log"
-  rm -rf "$build"
+  rm -rf "$build" "$cache/sources/qtbase-opensource-src"
 }
 
 # Debian's plain names of the cross-compiler may stand for either thread model; these do not.
