@@ -29,6 +29,7 @@ windows_prepare_wine() {
 # starts Windows's services too, and those would hold the output of a test open. The server's own
 # words are of no use: a line that hangs up makes it list all it knows.
 windows_start_wine() {
+  windows_stop_wine # a run that was killed leaves one behind
   { wineserver -p && wine cmd /c exit; } >/dev/null 2>&1 </dev/null 9>&-
 }
 
