@@ -7,6 +7,8 @@
 #include <boost/dll/runtime_symbol_info.hpp>
 #include <boost/dll/shared_library.hpp>
 
+#include <morvalincore/GlobalSettings.h>
+
 #include "app/Refusal.h"
 #include <morvalincore/FilePath.h>
 
@@ -35,6 +37,16 @@ std::vector<std::string> defaultPlugins() {
 }
 
 } // namespace
+
+void setSerialPorts(const std::vector<SerialPort>& ports) {
+    if (ports.empty())
+        return;
+    GlobalSettings::modify([&](Properties& settings) {
+        Properties& block = settings.addSubProperties("SerialPorts");
+        for (const SerialPort& port : ports)
+            block.setParam(port.name, port.path);
+    });
+}
 
 void loadPlugins(PluginLoader& loader, const std::vector<std::string>& named) {
     for (const std::string& file : named.empty() ? defaultPlugins() : named) {

@@ -108,8 +108,6 @@ std::string readingFault(const std::filesystem::path& path) {
     return errno == 0 ? "cannot be read" : std::generic_category().message(errno);
 }
 
-} // namespace
-
 void applySetting(const Setting& setting, const std::string& streamName, const Properties& current,
                   Properties& target) {
     const Properties::Parameter* const parameter = findParameter(current, setting.key);
@@ -127,6 +125,7 @@ void applySetting(const Setting& setting, const std::string& streamName, const P
         target.setParam(setting.key, setting.value);
 }
 
+/// The block of tools is made if need be.
 void appendTool(const Tool& tool, Properties& target) {
     constexpr const char* name = "TrackingTargets";
     Properties* const existing = target.subProperties(name);
@@ -136,6 +135,16 @@ void appendTool(const Tool& tool, Properties& target) {
     Properties& block = targets.addSubProperties(toText(path.filename()));
     block.setParam("Path", toText(path));
     block.setParam("Port", tool.port);
+}
+
+} // namespace
+
+void applyOptions(const Options& options, const std::string& streamName, const Properties& current,
+                  Properties& target) {
+    for (const Setting& setting : options.settings)
+        applySetting(setting, streamName, current, target);
+    for (const Tool& tool : options.tools)
+        appendTool(tool, target);
 }
 
 void checkToolFiles(const std::vector<Tool>& tools) {

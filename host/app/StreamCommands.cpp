@@ -1,6 +1,5 @@
 #include <string>
 
-#include <morvalincore/GlobalSettings.h>
 #include <morvalincore/Log.h>
 #include <morvalinlib/Workspace.h>
 
@@ -15,17 +14,6 @@
 namespace Morvalin::App {
 
 namespace {
-
-/// Plug-ins ask for the settings while they are initialised.
-void setSerialPorts(const std::vector<SerialPort>& ports) {
-    if (ports.empty())
-        return;
-    GlobalSettings::modify([&](Properties& settings) {
-        Properties& block = settings.addSubProperties("SerialPorts");
-        for (const SerialPort& port : ports)
-            block.setParam(port.name, port.path);
-    });
-}
 
 /// Everything that can be wrong with files and is known before anything is opened.
 void prepare(PluginLoader& plugins, const Options& options) {

@@ -61,10 +61,7 @@ void StreamSession::configure(const Properties& block, const Options& options) {
     Properties settings = block;
     Properties current;
     algorithm->configuration(&current);
-    for (const Setting& setting : options.settings)
-        applySetting(setting, label(), current, settings);
-    for (const Tool& tool : options.tools)
-        appendTool(tool, settings);
+    applyOptions(options, label(), current, settings);
     algorithm->configure(&settings);
 }
 

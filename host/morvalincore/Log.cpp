@@ -28,13 +28,6 @@ void blankControlCharacters(std::string& line) {
         line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
 }
 
-void writeToStandardError(int level, const std::string& category, const std::string& text) {
-    std::string line = "[" + std::to_string(level) + "] " + category + ": " + text;
-    blankControlCharacters(line);
-    line += '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
-}
-
 thread_local bool isInsideSink = false;
 
 void passToSink(int level, const std::string& category, const std::string& text) {
@@ -42,7 +35,7 @@ void passToSink(int level, const std::string& category, const std::string& text)
     if (state().sink)
         state().sink(level, category, text);
     else
-        writeToStandardError(level, category, text);
+        Log::print(level, category, text);
 }
 
 } // namespace
@@ -61,6 +54,17 @@ void Log::log(int level, const std::string& category, const std::string& text) n
         // A log that cannot be written must not take down what it reports on.
     }
     isInsideSink = false;
+}
+
+void Log::print(int level, const std::string& category, const std::string& text) noexcept {
+    try {
+        std::string line = "[" + std::to_string(level) + "] " + category + ": " + text;
+        blankControlCharacters(line);
+        line += '\n';
+        std::fwrite(line.data(), 1, line.size(), stderr);
+    } catch (...) {
+        // Without memory there is nothing to print with.
+    }
 }
 
 int Log::level() noexcept {

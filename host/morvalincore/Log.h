@@ -27,6 +27,10 @@ public:
     /// Passes one message to the sink if its level is accepted.
     static void log(int level, const std::string& category, const std::string& text) noexcept;
 
+    /// Writes one message to standard error as it is written without a sink, whatever its level.
+    /// For sinks that take messages elsewhere as well.
+    static void print(int level, const std::string& category, const std::string& text) noexcept;
+
     /// The lowest level that is passed on; Information at program start.
     static int level() noexcept;
     static void setLevel(int level) noexcept;
