@@ -18,7 +18,7 @@ namespace Morvalin {
 namespace {
 
 constexpr int refreshIntervalMs = 33;
-constexpr qreal fontScale = 1.25;
+constexpr qreal fontScale = 1.15;
 constexpr int visibleRows = 4;
 
 QFont enlarged(QFont font) {

@@ -1,0 +1,108 @@
+#include "app/gui/VolumePainter.h"
+
+#include <cmath>
+
+#include <QCoreApplication>
+#include <QFontMetricsF>
+#include <QPainter>
+#include <QStringList>
+
+#include "app/gui/Look.h"
+
+namespace Morvalin::App {
+
+namespace {
+
+using Eigen::Vector3d;
+
+constexpr double margin = 14.0;
+
+QString translate(const char* text) {
+    return QCoreApplication::translate("VolumeView", text);
+}
+
+QString strayText(std::size_t count) {
+    if (count == 1)
+        return translate("1 stray marker");
+    return count == 0 ? translate("No stray markers") : translate("%1 stray markers").arg(count);
+}
+
+} // namespace
+
+QString instrumentStateLine(const VolumeModel::Instrument& instrument) {
+    const QString state = instrumentStateText(instrument.state);
+    if (!hasCurrentPose(instrument.state) || !std::isfinite(instrument.quality))
+        return state;
+    return translate("%1, quality %2").arg(state, QString::number(instrument.quality, 'f', 2));
+}
+
+/// Every instrument, seen or not, so that none is missed because it cannot be drawn.
+void VolumePainter::paintLegend() {
+    const QFont font = scaled(1.2);
+    const QFontMetricsF metrics(font);
+    const double lineHeight = metrics.height() * 1.25;
+    double y = surroundings.area.top() + margin;
+    for (const auto& instrument : model.instruments()) {
+        if (y + lineHeight > surroundings.area.bottom() - 2 * lineHeight)
+            break;
+        const bool isSeen = hasCurrentPose(instrument.state);
+        const QColor colour = Look::instrumentColour(instrument.number);
+        paintMark(instrument, {margin + 14, y + lineHeight / 2});
+        const QString name = QString::fromStdString(instrument.name) +
+                             (instrument.isMain ? translate(" (main)") : QString());
+        const QString text =
+            metrics.elidedText(name, Qt::ElideMiddle, surroundings.area.width() / 3) +
+            QStringLiteral("   ") + instrumentStateLine(instrument);
+        painter.setFont(font);
+        const QRectF box(margin + 36, y, metrics.horizontalAdvance(text) + 4, lineHeight);
+        painter.fillRect(box.adjusted(-4, 0, 4, 0), Look::faded(Look::background, 0.55));
+        painter.setPen(isSeen ? colour : Look::faintText);
+        painter.drawText(box, Qt::AlignLeft | Qt::AlignVCenter, text);
+        y += lineHeight * 1.15;
+    }
+}
+
+void VolumePainter::paintFooter() {
+    const QFont font = scaled(0.95);
+    const double lineHeight = QFontMetricsF(font).height();
+    QStringList texts;
+    if (!model.volumeText().empty())
+        texts << translate("Operating volume %1%2")
+                     .arg(QString::fromStdString(model.volumeText()),
+                          model.outline().empty() ? translate(" (no outline known)") : QString());
+    if (surroundings.note.isEmpty())
+        texts << strayText(model.strays().size());
+    painter.setFont(font);
+    painter.setPen(Look::faintText);
+    QRectF line(margin, surroundings.area.bottom() - margin - lineHeight,
+                surroundings.area.width() - 2 * margin - 110, lineHeight);
+    painter.drawText(line, Qt::AlignLeft,
+                     translate("Drag or arrow keys turn, wheel or + and − zoom, Home resets"));
+    line.translate(0, -1.3 * lineHeight);
+    painter.drawText(line, Qt::AlignLeft, texts.join(QStringLiteral(" · ")));
+}
+
+/// Which way x, y and z go, in the corner.
+void VolumePainter::paintDirections() {
+    constexpr double length = 34.0;
+    const QPointF middle = surroundings.area.bottomRight() - QPointF(60, 60);
+    painter.setFont(scaled(0.95, true));
+    for (int axis = 0; axis < 3; ++axis) {
+        const Vector3d seen = camera.axes().transpose() * Vector3d::Unit(axis);
+        const QPointF direction(seen.x(), -seen.y());
+        painter.setPen(QPen(Look::axisColour(axis), 2.5));
+        painter.drawLine(middle, middle + length * direction);
+        painter.drawText(
+            QRectF(middle + (length + 12) * direction - QPointF(10, 10), QSizeF(20, 20)),
+            Qt::AlignCenter, Look::axisName(axis));
+    }
+}
+
+void VolumePainter::paintNote() {
+    painter.setFont(scaled(1.7));
+    painter.setPen(Look::faintText);
+    painter.drawText(surroundings.area.adjusted(40, 40, -40, -40),
+                     Qt::AlignCenter | Qt::TextWordWrap, surroundings.note);
+}
+
+} // namespace Morvalin::App
