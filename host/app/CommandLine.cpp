@@ -27,7 +27,8 @@ Exit status:
   1  a stream did not open or start, a block of the workspace was not understood, or frames or the
      workspace could not be written; everything else was still done
   2  wrong usage: an unknown option or algorithm, a --set that does not fit its property
-  3  a plug-in, workspace or tool file cannot be used; nothing was opened
+  3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
+     nothing was opened
 
 Examples:
   morvalin-host list
@@ -35,7 +36,8 @@ Examples:
       --tool probe.rom --tool reference.rom --frames 100 --json
   morvalin-host stream NDITracking.AuroraTrackingStream --serial-port COM3=/dev/ttyUSB0 \
       --set hardwareDevice=COM3 --save aurora.xml
-  morvalin-host run aurora.xml --seconds 10)";
+  morvalin-host run aurora.xml --seconds 10
+  morvalin-host gui aurora.xml --serial-port COM3=/dev/ttyUSB0)";
 
 /// The options as they were typed.
 struct RawOptions {
@@ -76,7 +78,7 @@ void addHostOptions(CLI::App& command, RawOptions& raw) {
     command.footer(footer);
 }
 
-void addStreamOptions(CLI::App& command, RawOptions& raw) {
+void addSettingOptions(CLI::App& command, RawOptions& raw) {
     addRepeatable(command, "--set", raw.settings, "KEY=VALUE",
                   "a stream property by its saved name, such as hardwareDevice,\n"
                   "hardwarePort, measurementRate, maxRange, binaryQueryMode or\n"
@@ -87,13 +89,16 @@ void addStreamOptions(CLI::App& command, RawOptions& raw) {
     addRepeatable(command, "--serial-port", raw.serialPorts, "NAME=PATH",
                   "what a serial port name stands for on this machine, such as\n"
                   "COM3=/dev/ttyUSB0; repeatable");
+    addSingle(command, "--save", raw.saveFile, "WORKSPACE",
+              "write the workspace before the streams are closed");
+}
+
+void addFrameOptions(CLI::App& command, RawOptions& raw) {
     addSingle(command, "--frames", raw.frames, "N", "stop after so many frames of each stream");
     addSingle(command, "--seconds", raw.seconds, "S",
               "stop when all streams have run so long; without --frames and\n"
               "--seconds the streams run until Ctrl-C");
     command.add_flag("--json", raw.json, "print one JSON object a frame, not readable lines");
-    addSingle(command, "--save", raw.saveFile, "WORKSPACE",
-              "write the workspace before the streams are closed");
     addSingle(command, "--trace", raw.traceFile, "FILE",
               "write every command to the device and every reply with its time");
 }
@@ -109,8 +114,16 @@ CLI::App* addStreamCommand(CLI::App& app, const std::string& name, const std::st
                            const std::string& subject, const std::string& subjectHelp,
                            RawOptions& raw) {
     CLI::App* const command = addCommand(app, name, help, raw);
-    addStreamOptions(*command, raw);
+    addSettingOptions(*command, raw);
+    addFrameOptions(*command, raw);
     command->add_option(subject, raw.subject, subjectHelp)->required()->type_name("");
+    return command;
+}
+
+CLI::App* addWindowCommand(CLI::App& app, RawOptions& raw) {
+    CLI::App* const command = addCommand(app, "gui", "Show a window to use streams in", raw);
+    addSettingOptions(*command, raw);
+    command->add_option("WORKSPACE", raw.subject, "a workspace file to begin with")->type_name("");
     return command;
 }
 
@@ -150,7 +163,7 @@ void checkValues(int argc, const char* const* argv, const std::vector<std::strin
     const std::vector<std::string> leftover = app.remaining(true);
     const auto chosen = app.get_subcommands();
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
-        refuse("a command is missing: list, stream or run; --help tells more");
+        refuse("a command is missing: list, stream, run or gui; --help tells more");
     if (chosen.empty())
         refuse("unknown command \"" + leftover.front() + "\"" +
                suggestion(leftover.front(), commandNames(app)));
@@ -279,7 +292,8 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
               "to open");
     addStreamCommand(app, "run", "Do so for every algorithm of a workspace file", "WORKSPACE",
                      "a file that --save has written", raw);
-    checkValues(argc, argv, optionNames(*stream, true));
+    const CLI::App* const window = addWindowCommand(app, raw);
+    checkValues(argc, argv, optionNames(*stream, true)); // the others have no more than these
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
@@ -289,6 +303,8 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     }
     if (list->parsed())
         return readOptions(Command::List, raw);
+    if (window->parsed())
+        return readOptions(Command::Window, raw);
     return readOptions(stream->parsed() ? Command::Stream : Command::Run, raw);
 }
 

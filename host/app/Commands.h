@@ -16,4 +16,7 @@ int streamAlgorithm(const Options& options);
 /// Does so for every algorithm of a workspace.
 int runWorkspace(const Options& options);
 
+/// Shows the window, with a workspace if one is named, until it is closed.
+int runWindow(const Options& options);
+
 } // namespace Morvalin::App

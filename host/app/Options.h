@@ -8,7 +8,7 @@
 
 namespace Morvalin::App {
 
-enum class Command { List, Stream, Run };
+enum class Command { List, Stream, Run, Window };
 
 /// A stream property by its saved name.
 struct Setting {
@@ -31,7 +31,7 @@ struct SerialPort {
 /// The command line, checked as far as it can be without looking at files.
 struct Options {
     Command command = Command::List;
-    std::string subject; ///< algorithm id or workspace file
+    std::string subject; ///< algorithm id or workspace file; the window needs none
     std::vector<std::string> plugins;
     std::vector<Setting> settings;
     std::vector<Tool> tools;

@@ -10,7 +10,7 @@ enum ExitStatus : int {
     Done = 0,         ///< also after it was interrupted
     StreamFailed = 1, ///< something did not stream; the rest did
     WrongUsage = 2,
-    FileRefused = 3 ///< a file cannot be used, found out before anything was opened
+    FileRefused = 3 ///< a file or the display cannot be used; nothing was opened
 };
 
 /// Ends the command with one line on standard error.

@@ -28,6 +28,8 @@ int execute(const Options& options) {
         return streamAlgorithm(options);
     case Command::Run:
         return runWorkspace(options);
+    case Command::Window:
+        return runWindow(options);
     }
     return WrongUsage;
 }

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <functional>
+#include <thread>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+
+namespace Morvalin::App {
+
+/// Waits on a thread of its own for the signals that ask a program to end, such as Ctrl-C.
+class StopRequest {
+public:
+    /// `onRequest` is called for the first signal, on that thread; further ones change nothing.
+    explicit StopRequest(std::function<void()> onRequest);
+    ~StopRequest();
+    StopRequest(const StopRequest&) = delete;
+    StopRequest& operator=(const StopRequest&) = delete;
+
+private:
+    boost::asio::io_context events;
+    boost::asio::signal_set ending;
+    std::thread thread;
+};
+
+} // namespace Morvalin::App
