@@ -1,9 +1,21 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, starts one simulated tracker of every family and streams from
-# each through the plug-in. Succeeds only if every pose agrees with the path on which the simulator
-# moves its tools. SECONDS_EACH=N streams for so long (default 4).
+# Installs what is missing, builds and starts one simulated tracker of every family.
+#
+#   scripts/demo.sh         streams from each through the plug-in; succeeds only if every pose agrees
+#                           with the path on which the simulator moves its tools
+#   scripts/demo.sh --gui   shows them in a window until it is closed
+#
+# SECONDS_EACH=N streams for so long (default 4).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+case "${1:-}" in
+'' | --gui) mode=${1:-} ;;
+*)
+  echo "demo.sh: unknown argument '$1' (--gui is the only one)" >&2
+  exit 2
+  ;;
+esac
 
 seconds=${SECONDS_EACH:-4}
 preset=${PRESET:-release}
@@ -44,31 +56,58 @@ simulate() {
   exit 1
 }
 
+for part in 610059 610060 610061; do
+  python3 resources/tools/make_tool.py --part-number "$part" "$work/$part.rom"
+done
+simulate vega --family vega --listen 0 --strays 4
+vega=$address
+simulate vicra --family vicra --pty "$work/vicra" --strays 2
+simulate aurora --family aurora --pty "$work/aurora" --tool 1:reference --tool 2:probe
+
+# block ALGORITHM DEVICE PORT TOOL...: of a workspace whose streams open and start by themselves
+block() {
+  local algorithm=$1 device=$2 port=$3 tool
+  shift 3
+  printf '<block name="NDITracking.%s">' "$algorithm"
+  printf '<parameter name="%s" value="%s"/>' hardwareDevice "$device" hardwarePort "$port" \
+    open 1 start 1
+  printf '<block name="TrackingTargets">'
+  for tool in "$@"; do
+    printf '<block name="%s.rom"><parameter name="Path" value="%s/%s.rom"/>' "$tool" "$work" "$tool"
+    printf '<parameter name="Port" value="1"/></block>'
+  done
+  printf '</block></block>\n'
+}
+
+if [ "$mode" = --gui ]; then
+  {
+    printf '<block name="Workspace"><block name="Algorithms">\n'
+    block PolarisVegaTrackingStream "${vega%:*}" "${vega##*:}" 610059 610060 610061
+    block PolarisVicraTrackingStream COM1 0 610059 610060 610061
+    block AuroraTrackingStream COM2 0
+    printf '</block></block>\n'
+  } >"$work/demo.xml"
+  "$bin/morvalin-host" gui "$work/demo.xml" \
+    --serial-port COM1="$work/vicra" --serial-port COM2="$work/aurora"
+  exit
+fi
+
 failed=0
 # stream TITLE FAMILY ALGORITHM TOOLS SHOWN-ONE-OF ARGUMENTS...
 stream() {
   local title=$1 family=$2 algorithm=$3 tools=$4 every=$5
   shift 5
   echo
-  echo "== $title at $address"
+  echo "== $title"
   "$bin/morvalin-host" stream "$algorithm" --json --seconds "$seconds" "$@" |
     python3 scripts/demo_poses.py --family "$family" --tools "$tools" --every "$every" || failed=1
 }
 
-for part in 610059 610060 610061; do
-  python3 resources/tools/make_tool.py --part-number "$part" "$work/$part.rom"
-done
 optical_tools=(--tool "$work/610059.rom" --tool "$work/610060.rom" --tool "$work/610061.rom")
-
-simulate vega --family vega --listen 0 --strays 4
-stream "Polaris Vega/Lyra over TCP" vega NDITracking.PolarisVegaTrackingStream 3 60 \
-  --set hardwareDevice="${address%:*}" --set hardwarePort="${address##*:}" "${optical_tools[@]}"
-
-simulate vicra --family vicra --pty "$work/vicra" --strays 2
+stream "Polaris Vega/Lyra over TCP at $vega" vega NDITracking.PolarisVegaTrackingStream 3 60 \
+  --set hardwareDevice="${vega%:*}" --set hardwarePort="${vega##*:}" "${optical_tools[@]}"
 stream "Polaris Vicra/Spectra on a serial line" vicra NDITracking.PolarisVicraTrackingStream 3 20 \
   --serial-port COM1="$work/vicra" --set hardwareDevice=auto "${optical_tools[@]}"
-
-simulate aurora --family aurora --pty "$work/aurora" --tool 1:reference --tool 2:probe
 stream "Aurora on a serial line" aurora NDITracking.AuroraTrackingStream 2 40 \
   --serial-port COM1="$work/aurora" --set hardwareDevice=auto
 

@@ -10,6 +10,7 @@ packages=(
   googletest libgtest-dev libgmock-dev
   clang-format
   python3
+  xvfb fonts-dejavu-core pngquant
 )
 
 missing=()
