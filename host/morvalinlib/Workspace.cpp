@@ -34,11 +34,14 @@ std::string readText(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file)
         throw WorkspaceError("cannot be opened for reading");
-    std::string text(longestText + 1, '\0');
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    std::string text;
+    char piece[4096];
+    do {
+        file.read(piece, sizeof(piece));
+        text.append(piece, static_cast<std::size_t>(file.gcount()));
+    } while (file && text.size() <= longestText);
     if (file.bad())
         throw WorkspaceError("cannot be read");
-    text.resize(static_cast<std::size_t>(file.gcount()));
     return text;
 }
 
