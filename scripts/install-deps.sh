@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and the demo need, if any of them is missing.
+# Package names given as arguments are installed besides.
 set -euo pipefail
 
 packages=(
@@ -11,6 +12,7 @@ packages=(
   clang-format
   python3
   xvfb fonts-dejavu-core pngquant
+  "$@"
 )
 
 missing=()
