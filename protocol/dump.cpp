@@ -14,6 +14,8 @@ class StateText {
 public:
     explicit StateText(const DeviceRecord& record) : m_record(record) {
         m_out.imbue(std::locale::classic());
+        // Memory that runs out must not leave a part of the text.
+        m_out.exceptions(std::ios::badbit);
     }
 
     std::string build();

@@ -1,5 +1,6 @@
 #include "protocol/platform/posix/port_timeouts.h"
 
+#include <cstddef>
 #include <map>
 #include <mutex>
 #include <new>
@@ -11,9 +12,13 @@ constexpr PortTimeouts kDefaults = {5000, 2};
 
 std::mutex tableMutex;
 
+using Table = std::map<std::intptr_t, PortTimeouts>;
+
 // Never destroyed: a program's last objects may close their ports after everything else is gone.
-std::map<std::intptr_t, PortTimeouts>& table() {
-    static auto& entries = *new std::map<std::intptr_t, PortTimeouts>;
+// Takes no memory that may be short: reading the table must not throw.
+Table& table() {
+    alignas(Table) static std::byte place[sizeof(Table)];
+    static Table& entries = *new (place) Table;
     return entries;
 }
 

@@ -1,0 +1,100 @@
+#include "protocol/device.h"
+#include "tests/protocol/RecordPtr.h"
+#include "tests/protocol/ScriptedPeer.h"
+#include "tests/protocol/Wire.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <new>
+
+namespace {
+
+// How many allocations of this thread still succeed; negative: all of them.
+thread_local int allocationsLeft = -1;
+
+class Shortage {
+public:
+    explicit Shortage(int after) { allocationsLeft = after; }
+    ~Shortage() { allocationsLeft = -1; }
+    Shortage(const Shortage&) = delete;
+    Shortage& operator=(const Shortage&) = delete;
+};
+
+void* allocate(std::size_t size) {
+    if (allocationsLeft == 0) {
+        return nullptr;
+    }
+    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
+    return std::malloc(size);
+}
+
+void* allocateOrThrow(std::size_t size) {
+    if (void* const memory = allocate(size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new[](std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+// Every allocation fails once; what was begun is undone, and the next attempt works.
+TEST(Memory, MayRunOutAnywhere) {
+    using Kind = ScriptedPeer::Kind;
+    for (const Kind kind : {Kind::tcp, Kind::pty}) {
+        ScriptedPeer peer(kind, [](const std::string&) { return wire::text("OKAY"); });
+        RecordPtr device;
+        int failures = 0;
+        for (; !device && failures < 100; ++failures) {
+            const Shortage shortage(failures);
+            device.reset(kind == Kind::tcp ? deviceOpenNetwork("127.0.0.1", peer.port())
+                                           : deviceOpenSerial(peer.path()));
+        }
+        ASSERT_TRUE(device);
+        EXPECT_GT(failures, 4);
+        for (failures = 0; !deviceGetThreadMode(device.get()) && failures < 100; ++failures) {
+            const Shortage shortage(failures);
+            deviceSetThreadMode(device.get(), true);
+        }
+        EXPECT_GT(failures, 6);
+        EXPECT_STREQ(deviceCommand(device.get(), "BEEP:1"), "OKAY");
+        const std::size_t whole = deviceDumpState(device.get(), nullptr, 0);
+        std::vector<char> text(2 * whole, 'x');
+        std::size_t length = 0;
+        for (failures = 0; length == 0 && failures < 100; ++failures) {
+            EXPECT_TRUE(failures == 0 || text[0] == '\0');
+            const Shortage shortage(failures);
+            length = deviceDumpState(device.get(), text.data(), text.size());
+        }
+        EXPECT_EQ(length, whole);
+        EXPECT_GT(failures, 4);
+        const Shortage shortage(3);
+        text.assign(text.size(), '\0');
+        deviceDumpState(device.get(), text.data());
+        EXPECT_EQ(text[0], '\0');
+    }
+}
