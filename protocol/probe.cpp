@@ -98,9 +98,8 @@ bool Probe::answersInit() {
 std::int32_t Probe::reset() {
     serialSetTimeout(m_port, kResetMs);
     serialPurge(m_port, 3);
-    if (serialPurge(m_port, 3) != 0 || serialBreak(m_port) != 0) {
-        return kBadLineSettings;
-    }
+    serialPurge(m_port, 3);
+    serialBreak(m_port);
     return expect(kReset);
 }
 

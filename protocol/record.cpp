@@ -26,9 +26,6 @@ DeviceRecord* allocateRecord() {
 }
 
 void freeRecord(DeviceRecord* record) {
-    if (record == nullptr) {
-        return;
-    }
     delete[] record->deviceName;
     delete[] record->hostName;
     delete[] record->commandBuffer;

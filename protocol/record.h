@@ -15,7 +15,7 @@ inline constexpr int kNoHandle = -1;
 DeviceRecord* allocateRecord();
 
 // Releases the record with its names and buffers. The connection must be closed and the reader
-// thread off. A null record is ignored.
+// thread off.
 void freeRecord(DeviceRecord* record);
 
 inline bool isSerial(const DeviceRecord& record) {
