@@ -73,6 +73,7 @@ TEST(DecodeBx, EveryOptionOfEveryKindOfHandle) {
     EXPECT_EQ(deviceBxToolInformation(device, 0x0D, &information), 1);
     float position[3] = {};
     EXPECT_EQ(deviceBxSingleStray(device, 0x0A, position), 0);
+    EXPECT_EQ(deviceBxSingleStray(device, 0x0D, position), 1);
     EXPECT_THAT(position, ElementsAre(7, 8, 9));
     EXPECT_EQ(record->Bx3DMarkerCount[1], 2);
     EXPECT_THAT(record->Bx3DMarkerPosition[1][1], ElementsAre(4, 5, 6));

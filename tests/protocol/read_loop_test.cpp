@@ -59,6 +59,8 @@ TEST(ReadLoop, KnowsWhereAReplyEnds) {
         {"cancelled", false, {{"OK", Fault::aborted}, {"", Fault::aborted}, {"AYA896\r"}}, 9},
         {"short of buffers", false, {{"", Fault::noBuffers, 105}, {"OKAYA896\r"}}, 9},
     };
+    std::vector<char> noRoom;
+    EXPECT_EQ(readBy(true, {{"OKAYA896\r"}}, noRoom, false), 0);
     for (const auto& each : cases) {
         std::string whole;
         for (const auto& read : each.reads) {

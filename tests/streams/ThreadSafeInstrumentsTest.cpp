@@ -126,6 +126,8 @@ TEST(ThreadSafeInstruments, ReportsWhatAModificationChanged) {
         {"reset again", [](Registry& r) { return r.resetPoses(5); }, 0, "a", 0, ""},
         {"unknown id", [](Registry& r) { return r.modify("b", Registry::ModifySpecialFunction()); },
          0, "a", 0, ""},
+        {"unknown id without a record",
+         [](Registry& r) { return r.modify("b", Registry::ModifyFunction()); }, 0, "a", 0, ""},
         {"one without a record", create("b"), 4, "a", 0, ""},
         {"its record", [](Registry& r) { return r.modify("b", Registry::ModifySpecialFunction()); },
          0, "a", 0, "modify: Special object for instrument with ID b does not exist"},

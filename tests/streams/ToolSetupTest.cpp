@@ -246,15 +246,18 @@ TEST(AuroraTools, LogsAndSendsEveryStep) {
 
 TEST(AuroraTools, ReadyOnesAreOnlyEntered) {
     ndisim::DeviceOptions options;
-    options.tools = {plugged(1, "02000000", "610"), plugged(2, "02000000", "620")};
-    Rig<Aurora> rig(options, {"reply=020A0310B011@PHSR", "error=01@PHINF:0A0020"});
+    options.tools = {plugged(1, "02000000", "610"), plugged(2, "02000000", "620"),
+                     plugged(3, "02000000", "630")};
+    Rig<Aurora> rig(options, {"reply=030A0310B0110C031@PHSR", "error=01@PHINF:0A0020",
+                              "reply=0000000003@PHINF:0C0020"});
     ASSERT_TRUE(rig.stream.open());
     const Lines commands = rig.takeCommands();
-    EXPECT_THAT(
-        Lines(commands.begin() + 7, commands.end()),
-        ElementsAre("PHINF:0A0020", "PHINF:0A0025", "PHINF:0B0020", "PENA:0BD", "PHINF:0B0025"));
-    // Without a location the port is 0.
+    EXPECT_THAT(Lines(commands.begin() + 7, commands.end()),
+                ElementsAre("PHINF:0A0020", "PHINF:0A0025", "PHINF:0B0020", "PENA:0BD",
+                            "PHINF:0B0025", "PHINF:0C0020", "PHINF:0C0025"));
+    // Without a whole location the port is 0.
     EXPECT_TRUE(rig.stream.instruments()->instrument("0-610"));
+    EXPECT_TRUE(rig.stream.instruments()->instrument("0-630"));
     EXPECT_TRUE(rig.stream.instruments()->instrument("2-620"));
 }
 
