@@ -103,7 +103,10 @@ void Peer::answerAll(Answer answer) {
         if (!wasSent)
             return;
         std::string reply = peer.m_answer({bytes, static_cast<std::size_t>(length - 1)});
-        peer.say(reply.empty() ? std::deque<std::string>{} : std::deque{std::move(reply)});
+        if (reply.empty())
+            peer.say({}, End::HangUp);
+        else
+            peer.say({std::move(reply)});
     };
     deviceSetTraceCallback(m_record, onTraffic, this);
 }

@@ -36,8 +36,8 @@ public:
     /// vain.
     void say(std::deque<std::string> pieces, End end = End::Silence);
 
-    /// From now on every command, given without its carriage return, gets this answer in one piece;
-    /// none if it is empty.
+    /// From now on every command, given without its carriage return, gets this answer in one piece.
+    /// At an empty one the device hangs up.
     void answerAll(Answer answer);
 
     /// Sends at once what has not been waited for.

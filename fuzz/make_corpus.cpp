@@ -54,7 +54,9 @@ ndisim::Device makeDevice(ndisim::Family family) {
         options.strays = 9;
         options.hasInfrared = true;
     }
-    return ndisim::Device(options, [] { return std::chrono::hours(1); });
+    return ndisim::Device(options, [now = std::chrono::seconds(0)]() mutable {
+        return now += std::chrono::seconds(1);
+    });
 }
 
 std::string answer(ndisim::Device& device, std::string command) {

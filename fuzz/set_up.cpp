@@ -1,7 +1,7 @@
 // Tool set-up and measurements of the streams with a device that answers anything.
 //
 // Input: the family and whether every answer is given (bits below), then for each command how its
-// answer is sealed and the answer. Behind the end nothing is answered.
+// answer is sealed and the answer. At the end the device hangs up.
 
 #include "fuzz/Input.h"
 #include "fuzz/Peer.h"

@@ -12,7 +12,7 @@ case ${1:-14} in
   *) seconds=$((${1:-14} * 60 / ${#targets[@]})) ;;
 esac
 
-scripts/install-deps.sh clang
+scripts/install-deps.sh clang libclang-rt-dev llvm
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz -j "$(nproc)" --target fuzz
 
