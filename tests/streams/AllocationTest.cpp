@@ -5,10 +5,14 @@
 
 namespace {
 thread_local std::size_t allocations = 0;
-}
+thread_local int allocationsLeft = -1; ///< negative: memory never runs out
+} // namespace
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++allocations;
+    if (allocationsLeft == 0)
+        return nullptr;
+    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
     return std::malloc(size);
 }
 void* operator new(std::size_t size) {
@@ -53,6 +57,25 @@ std::size_t allocationsOfAStep(int tools) {
 
 TEST(Streaming, MoreToolsTakeNoMoreAllocations) {
     EXPECT_EQ(allocationsOfAStep(12), allocationsOfAStep(1));
+}
+
+TEST(Streaming, MemoryThatRunsOutCostsAFrame) {
+    Rig<Vega> rig;
+    rig.addTool("a.rom", "1");
+    ASSERT_TRUE(rig.stream.open() && rig.stream.startImpl());
+    int frames = 0;
+    rig.stream.output.connect([&](const std::shared_ptr<Data>&) { ++frames; });
+    int failures = 0;
+    for (; frames == 0 && failures < 1000; ++failures) {
+        rig.nextFrame();
+        allocationsLeft = failures;
+        EXPECT_TRUE(rig.stream.doWork());
+        allocationsLeft = -1;
+    }
+    EXPECT_GT(failures, 5);
+    rig.nextFrame();
+    rig.stream.doWork();
+    EXPECT_EQ(frames, 2);
 }
 
 } // namespace
