@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, checks the formatting, then builds and tests the presets given as
-# arguments (default: release and asan).
+# arguments (default: release and asan). With asan, streams run under random faults for a minute
+# in the end.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -19,3 +20,10 @@ for preset in "${presets[@]}"; do
   # These wait for time-outs and hardly compute.
   ctest --preset "$preset" -j "$((jobs * 8))" -L waiting
 done
+
+case " ${presets[*]} " in
+  *" asan "*)
+    echo "== soak: one minute"
+    scripts/soak.sh 1 asan
+    ;;
+esac
