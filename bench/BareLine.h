@@ -1,0 +1,30 @@
+#pragma once
+
+#include "bench/Peer.h"
+
+#include <array>
+#include <string_view>
+
+namespace bench {
+
+/// What every exchange with a peer costs at the least: one send and the receives that bring the
+/// reply. Nothing is looked at.
+class BareLine {
+public:
+    explicit BareLine(const Peer& peer);
+    BareLine(int descriptor, Line kind); ///< a borrowed one
+    ~BareLine();
+    BareLine(const BareLine&) = delete;
+    BareLine& operator=(const BareLine&) = delete;
+
+    /// Receives ask for a whole buffer each time, until so many bytes have come.
+    void exchange(std::string_view request, std::size_t replyLength);
+
+private:
+    const int m_descriptor;
+    const Line m_kind;
+    const bool m_isOwned;
+    std::array<char, 2048> m_buffer;
+};
+
+} // namespace bench

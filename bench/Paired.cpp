@@ -1,0 +1,86 @@
+#include "bench/Paired.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+#include <sched.h>
+
+namespace bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double nanosecondsOf(const std::function<void()>& block) {
+    const auto begin = Clock::now();
+    block();
+    return std::chrono::duration<double, std::nano>(Clock::now() - begin).count();
+}
+
+} // namespace
+
+OneCore::OneCore() : m_before(sizeof(cpu_set_t)) {
+    cpu_set_t allowed;
+    CPU_ZERO(&allowed);
+    sched_getaffinity(0, sizeof(allowed), &allowed);
+    std::copy_n(reinterpret_cast<const char*>(&allowed), sizeof(allowed), m_before.data());
+    int last = CPU_SETSIZE - 1;
+    while (last > 0 && !CPU_ISSET(last, &allowed)) {
+        --last;
+    }
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(last, &one);
+    sched_setaffinity(0, sizeof(one), &one);
+}
+
+OneCore::~OneCore() {
+    cpu_set_t allowed;
+    std::copy_n(m_before.data(), sizeof(allowed), reinterpret_cast<char*>(&allowed));
+    sched_setaffinity(0, sizeof(allowed), &allowed);
+}
+
+double quantile(std::vector<double>& values, double share) {
+    if (values.empty()) {
+        return std::nan("");
+    }
+    const auto last = static_cast<double>(values.size() - 1);
+    const auto place = values.begin() + static_cast<std::ptrdiff_t>(std::lround(share * last));
+    std::nth_element(values.begin(), place, values.end());
+    return *place;
+}
+
+void report(benchmark::State& state, const std::string& name, std::vector<double> values) {
+    state.counters[name] = quantile(values, 0.5);
+    state.counters[name + "_q1"] = quantile(values, 0.25);
+    state.counters[name + "_q3"] = quantile(values, 0.75);
+}
+
+void compare(benchmark::State& state, int operations, const std::function<void()>& base,
+             const std::function<void()>& ours) {
+    base(); // warms up
+    ours();
+    std::vector<double> baseTimes;
+    std::vector<double> ourTimes;
+    std::vector<double> ratios;
+    std::vector<double> added;
+    for (auto _ : state) {
+        // Who goes first alternates, so that a drift favours nobody.
+        const bool oursFirst = ratios.size() % 2 == 1;
+        double our = oursFirst ? nanosecondsOf(ours) : 0;
+        const double bare = nanosecondsOf(base) / operations;
+        our = (oursFirst ? our : nanosecondsOf(ours)) / operations;
+        state.SetIterationTime(our * operations * 1e-9);
+        baseTimes.push_back(bare);
+        ourTimes.push_back(our);
+        ratios.push_back(our / bare);
+        added.push_back(our - bare);
+    }
+    report(state, "base_ns", std::move(baseTimes));
+    report(state, "ours_ns", std::move(ourTimes));
+    report(state, "ratio", std::move(ratios));
+    report(state, "added_ns", std::move(added));
+}
+
+} // namespace bench
