@@ -168,9 +168,6 @@ void Station::send(Response response, std::optional<LinkSettings> linkAfterwards
     item.due = steady_clock::now() + delivery.delay;
     item.pieceSize = m_options.chunk;
     item.gap = m_options.chunk == 0 ? nanoseconds(0) : nanoseconds(m_options.chunkGap);
-    if (m_options.isPaced) {
-        pace(item, response.commandBytes);
-    }
     item.onBegin = [this, bytes = delivery.bytes] {
         if (!bytes.empty()) {
             m_responder.noteSent(bytes);
@@ -183,16 +180,21 @@ void Station::send(Response response, std::optional<LinkSettings> linkAfterwards
         act(action, duration);
     };
     item.bytes = std::move(delivery.bytes);
+    if (m_options.isPaced) {
+        pace(item, response.commandBytes);
+    }
     m_outbox.push(std::move(item));
 }
 
-// The command has come all at once: its own time on the line is waited for first.
+// Each piece comes when the last of its bytes would. The command has come all at once: its own time
+// on the line is waited for first.
 void Station::pace(Outbox::Item& item, std::size_t commandBytes) const {
     const auto oneByte = byteTime(m_link);
-    item.due += oneByte * static_cast<std::int64_t>(commandBytes);
     if (item.pieceSize == 0) {
         item.pieceSize = pacedPiece(oneByte);
     }
+    const std::size_t firstPiece = std::min<std::size_t>(item.pieceSize, item.bytes.size());
+    item.due += oneByte * static_cast<std::int64_t>(commandBytes + firstPiece);
     item.gap = std::max(item.gap, oneByte * static_cast<std::int64_t>(item.pieceSize));
 }
 

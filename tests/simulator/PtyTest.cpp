@@ -181,7 +181,7 @@ TEST_F(PtyTest, HalfOpenLineIsDeafUntilResumed) {
     EXPECT_EQ(host.readUntil(), "OKAYA896\r");
 }
 
-// A paced answer takes at least as long as its bytes and those of the command need.
+// A paced answer is not there before its bytes and those of the command have passed.
 TEST_F(PtyTest, PacedLineTakesItsTime) {
     SimulatorOptions options = serialOptions();
     options.isPaced = true;
@@ -189,10 +189,14 @@ TEST_F(PtyTest, PacedLineTakesItsTime) {
     simulator.start();
     HostClient host = open();
     host.ask("INIT:");
-    const auto start = std::chrono::steady_clock::now();
-    const std::string list = host.ask("SFLIST:03");
-    const auto needed = std::chrono::milliseconds((list.size() + 5 + 14) * 10 * 1000 / 9600 - 3);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, needed);
+    for (const std::string command : {"SFLIST:03", "INIT:"}) {
+        const auto start = std::chrono::steady_clock::now();
+        const std::string reply = host.ask(command);
+        const auto bytes = reply.size() + command.size() + 10; // twice four CRC digits and CR
+        const std::chrono::microseconds needed(bytes * 10 * 1'000'000 / 9600);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, needed - std::chrono::milliseconds(1))
+            << command;
+    }
 }
 
 TEST_F(PtyTest, LinkThatCannotBeMade) {
