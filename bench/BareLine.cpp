@@ -7,16 +7,10 @@
 
 namespace bench {
 
-BareLine::BareLine(const Peer& peer) :
-    m_descriptor(peer.connect()), m_kind(peer.kind()), m_isOwned(true) {}
-
-BareLine::BareLine(int descriptor, Line kind) :
-    m_descriptor(descriptor), m_kind(kind), m_isOwned(false) {}
+BareLine::BareLine(const Peer& peer) : m_descriptor(peer.connect()), m_kind(peer.kind()) {}
 
 BareLine::~BareLine() {
-    if (m_isOwned) {
-        close(m_descriptor);
-    }
+    close(m_descriptor);
 }
 
 void BareLine::exchange(std::string_view request, std::size_t replyLength) {

@@ -12,7 +12,6 @@ namespace bench {
 class BareLine {
 public:
     explicit BareLine(const Peer& peer);
-    BareLine(int descriptor, Line kind); ///< a borrowed one
     ~BareLine();
     BareLine(const BareLine&) = delete;
     BareLine& operator=(const BareLine&) = delete;
@@ -23,7 +22,6 @@ public:
 private:
     const int m_descriptor;
     const Line m_kind;
-    const bool m_isOwned;
     std::array<char, 2048> m_buffer;
 };
 

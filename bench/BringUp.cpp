@@ -20,19 +20,20 @@ constexpr double firstBaud = 9600;
 constexpr double laterBaud = 115200; // of the stream's default measurement rate
 
 /// After every INIT, and after COMM. The probe of a serial port waits before it reads its answer to
-/// INIT and before it goes on; the first of these two runs while the bytes are on their way.
+/// INIT, and before it goes on.
 double pausesMs(bool isSerial) {
     return isSerial ? 400 : 100;
 }
 
-/// The commands and replies of a paced line; COMM and its answer still go at the first speed.
+/// The commands and replies of a paced line, but for the first: those go while the probe waits.
+/// COMM and its answer still go at the first speed.
 double wireMs(const std::vector<ndisim::Exchange>& exchanges) {
     double baud = firstBaud;
     double ms = 0;
-    for (const ndisim::Exchange& exchange : exchanges) {
-        const std::size_t bytes = exchange.received.size() + 1 + exchange.sent.size();
+    for (std::size_t i = 1; i < exchanges.size(); ++i) {
+        const std::size_t bytes = exchanges[i].received.size() + 1 + exchanges[i].sent.size();
         ms += 1000 * bitsPerByte * static_cast<double>(bytes) / baud;
-        baud = exchange.command.starts_with("COMM:5") ? laterBaud : baud;
+        baud = exchanges[i].command.starts_with("COMM:5") ? laterBaud : baud;
     }
     return ms;
 }

@@ -11,7 +11,7 @@
 namespace bench {
 namespace {
 
-constexpr int exchanges = 50;
+constexpr int exchanges = 20;
 constexpr int registers = 60;
 constexpr std::size_t requestLength = 12;
 constexpr std::size_t replyLength = 9 + 2 * registers;

@@ -1,8 +1,8 @@
 #include "bench/Paired.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <utility>
 
 #include <sched.h>
@@ -10,12 +10,25 @@
 namespace bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+struct Cost {
+    double wall;
+    double processor;
+};
 
-double nanosecondsOf(const std::function<void()>& block) {
-    const auto begin = Clock::now();
+double nanoseconds(clockid_t clock) {
+    timespec time = {};
+    clock_gettime(clock, &time);
+    return 1e9 * static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec);
+}
+
+/// Of one operation, in ns.
+Cost costOf(const std::function<void()>& block, int operations) {
+    const double processor = nanoseconds(CLOCK_PROCESS_CPUTIME_ID);
+    const double wall = nanoseconds(CLOCK_MONOTONIC);
     block();
-    return std::chrono::duration<double, std::nano>(Clock::now() - begin).count();
+    const double wallEnd = nanoseconds(CLOCK_MONOTONIC);
+    return {(wallEnd - wall) / operations,
+            (nanoseconds(CLOCK_PROCESS_CPUTIME_ID) - processor) / operations};
 }
 
 } // namespace
@@ -64,22 +77,25 @@ void compare(benchmark::State& state, int operations, const std::function<void()
     std::vector<double> baseTimes;
     std::vector<double> ourTimes;
     std::vector<double> ratios;
+    std::vector<double> processorRatios;
     std::vector<double> added;
     for (auto _ : state) {
         // Who goes first alternates, so that a drift favours nobody.
         const bool oursFirst = ratios.size() % 2 == 1;
-        double our = oursFirst ? nanosecondsOf(ours) : 0;
-        const double bare = nanosecondsOf(base) / operations;
-        our = (oursFirst ? our : nanosecondsOf(ours)) / operations;
-        state.SetIterationTime(our * operations * 1e-9);
-        baseTimes.push_back(bare);
-        ourTimes.push_back(our);
-        ratios.push_back(our / bare);
-        added.push_back(our - bare);
+        Cost our = oursFirst ? costOf(ours, operations) : Cost{};
+        const Cost bare = costOf(base, operations);
+        our = oursFirst ? our : costOf(ours, operations);
+        state.SetIterationTime(our.wall * operations * 1e-9);
+        baseTimes.push_back(bare.wall);
+        ourTimes.push_back(our.wall);
+        ratios.push_back(our.wall / bare.wall);
+        processorRatios.push_back(our.processor / bare.processor);
+        added.push_back(our.wall - bare.wall);
     }
     report(state, "base_ns", std::move(baseTimes));
     report(state, "ours_ns", std::move(ourTimes));
     report(state, "ratio", std::move(ratios));
+    report(state, "cpu_ratio", std::move(processorRatios));
     report(state, "added_ns", std::move(added));
 }
 

@@ -10,7 +10,7 @@ namespace bench {
 
 /// How long everything runs: to measure, or only so that it cannot rot.
 struct Effort {
-    int pairs = 2000;
+    int pairs = 4000;
     double pacingSeconds = 20;
     int bringUps = 5;
 };
@@ -34,7 +34,9 @@ void report(benchmark::State& state, const std::string& name, std::vector<double
 double quantile(std::vector<double>& values, double share);
 
 /// Runs the two blocks in turn, for every iteration once each, and enters "base_ns" and "ours_ns"
-/// (one operation), "ratio" and "added_ns" of each pair. `operations` are those of one block.
+/// (one operation), "ratio" and "added_ns" of each pair, and "cpu_ratio", of the processor time
+/// that all threads took: another program on the core does not count in it. `operations` are those
+/// of one block.
 void compare(benchmark::State& state, int operations, const std::function<void()>& base,
              const std::function<void()>& ours);
 

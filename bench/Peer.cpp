@@ -9,6 +9,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -125,6 +126,8 @@ int Peer::connect() const {
     }
     const int client = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
     setNoDelay(client);
+    const timeval limit = {receiveTimeoutSeconds, 0};
+    checked(setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)), "SO_RCVTIMEO");
     const sockaddr_in address = loopback(m_port);
     checked(::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
             "connect");

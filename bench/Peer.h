@@ -13,6 +13,9 @@ using Answer = std::function<std::string_view(std::string_view request)>;
 
 enum class Line { Tcp, Pty };
 
+/// Of a socket; a machine that is busy with other things must not end a benchmark.
+inline constexpr int receiveTimeoutSeconds = 5;
+
 /// The far end of a line, on a thread of its own that blocks in read and write: as little as an
 /// answering peer can cost. One client; it must have gone before the peer does.
 class Peer {
@@ -25,7 +28,9 @@ public:
     Line kind() const { return m_kind; }
     std::uint16_t port() const { return m_port; }      ///< TCP, on 127.0.0.1
     const std::string& path() const { return m_path; } ///< of the pseudo-terminal
-    int connect() const; ///< a blocking descriptor, TCP_NODELAY or raw; the caller closes it
+    /// A blocking descriptor, raw or with the socket options of the protocol library: no delay and
+    /// a receive time-out. The caller closes it.
+    int connect() const;
 
 private:
     void listen();
