@@ -44,8 +44,13 @@ void Outbox::sendPiece() {
     std::string piece = item.bytes.substr(m_sent, count);
     m_sent += count;
     m_pieceTime += item.gap;
-    m_writer(std::move(piece), [this, generation = m_generation] {
-        if (generation == m_generation) {
+    m_writer(std::move(piece), [this, isLast = count == left, generation = m_generation] {
+        if (generation != m_generation) {
+            return;
+        }
+        if (isLast) {
+            finish();
+        } else {
             waitUntil(m_pieceTime, [this] { sendPiece(); });
         }
     });

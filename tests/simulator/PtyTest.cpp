@@ -189,14 +189,19 @@ TEST_F(PtyTest, PacedLineTakesItsTime) {
     simulator.start();
     HostClient host = open();
     host.ask("INIT:");
-    for (const std::string command : {"SFLIST:03", "INIT:"}) {
+    const auto timeOf = [&](const std::string& command, int times) {
         const auto start = std::chrono::steady_clock::now();
-        const std::string reply = host.ask(command);
-        const auto bytes = reply.size() + command.size() + 10; // twice four CRC digits and CR
-        const std::chrono::microseconds needed(bytes * 10 * 1'000'000 / 9600);
-        EXPECT_GE(std::chrono::steady_clock::now() - start, needed - std::chrono::milliseconds(1))
-            << command;
-    }
+        for (int i = 0; i < times; ++i) {
+            host.ask(command);
+        }
+        return std::chrono::steady_clock::now() - start;
+    };
+    const std::string list = host.ask("SFLIST:03");
+    EXPECT_GE(timeOf("SFLIST:03", 1),
+              std::chrono::milliseconds((list.size() + 5 + 14) * 10 * 1000 / 9600 - 3));
+    host.ask("COMM:50000");
+    host.setLine(115200, false);
+    EXPECT_GE(timeOf("INIT:", 20), std::chrono::microseconds(20 * 19 * 10 * 1'000'000LL / 115200));
 }
 
 TEST_F(PtyTest, LinkThatCannotBeMade) {
