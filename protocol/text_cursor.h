@@ -3,7 +3,9 @@
 #include "protocol/text_number.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 
 namespace protocol {
 
@@ -49,10 +51,22 @@ public:
 private:
     static bool isText(char c) { return c >= 0x20 && static_cast<unsigned char>(c) < 0x80; }
 
+    // Whether eight characters are all text: of the others, the first below 0x20 borrows into its
+    // top bit, and those from 0x80 on have it.
+    static bool areText(const char (&characters)[8]) {
+        constexpr std::uint64_t kEach = 0x0101010101010101;
+        const auto word = std::bit_cast<std::uint64_t>(characters);
+        return (((word - 0x20 * kEach) | word) & 0x80 * kEach) == 0;
+    }
+
     std::size_t textLength(std::size_t limit) const {
-        const std::string_view part = m_rest.substr(0, limit);
+        std::string_view part = m_rest.substr(0, limit);
+        char eight[8];
+        while (part.copy(eight, sizeof(eight)) == sizeof(eight) && areText(eight)) {
+            part.remove_prefix(sizeof(eight));
+        }
         const auto* end = std::find_if_not(part.begin(), part.end(), isText);
-        return static_cast<std::size_t>(end - part.begin());
+        return static_cast<std::size_t>(end - m_rest.begin());
     }
 
     std::string_view m_rest;
