@@ -7,9 +7,9 @@ cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh libbenchmark-dev libmodbus-dev
 cmake --preset release >/dev/null
-cmake --build --preset release --target ndi-bench
+cmake --build --preset release --target ndi-bench -- --quiet
 
 mkdir -p build/bench
 build/release/bin/ndi-bench "$@" --benchmark_out=build/bench/bench.json \
-  --benchmark_out_format=json >build/bench/bench.log
+  --benchmark_out_format=json >build/bench/bench.log 2>&1 || { cat build/bench/bench.log >&2; exit 1; }
 scripts/bench_table.py build/bench/bench.json
