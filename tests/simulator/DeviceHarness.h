@@ -2,22 +2,26 @@
 
 #include "simulator/Crc.h"
 #include "simulator/Device.h"
+#include "simulator/Texts.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace ndisim {
 
 /// The content of a text reply whose checksum is right; else a text that no test expects.
 inline std::string checkedText(const std::string& reply) {
-    if (reply.size() < 5 || withCrc(reply.substr(0, reply.size() - 5)) != reply) {
-        return "<bad reply: " + reply + ">";
-    }
-    return reply.substr(0, reply.size() - 5);
+    const std::string text = reply.substr(0, reply.size() - std::min<std::size_t>(5, reply.size()));
+    return withCrc(text) == reply ? text : "<bad reply: " + reply + ">";
+}
+
+inline DeviceOptions optionsOf(Family family) {
+    DeviceOptions options;
+    options.family = family;
+    return options;
 }
 
 /// A device under a clock that the test moves.
@@ -25,12 +29,22 @@ class DeviceHarness {
 public:
     explicit DeviceHarness(DeviceOptions options) :
         device(std::move(options), [this] { return now; }) {}
+    explicit DeviceHarness(Family family) : DeviceHarness(optionsOf(family)) {}
 
     /// Sends a command, with its CRC if it has a colon, and returns the checked reply.
-    std::string ask(std::string_view command) {
-        const bool isChecked = command.find(':') != std::string_view::npos;
+    std::string ask(const std::string& command) {
+        const bool isChecked = command.find(':') != std::string::npos;
         return checkedText(
-            device.execute(std::string(command) + (isChecked ? crcOf(command) : "")).bytes);
+            device.execute(command + (isChecked ? crcText(crc16(command)) : "")).bytes);
+    }
+
+    /// Commands and what the device answers, checksums aside: "INIT: OKAY; PHSR:00 00".
+    void run(const std::string& script) {
+        for (const std::string& step : split(script, ';')) {
+            const std::size_t begin = step.find_first_not_of(' ');
+            const std::size_t end = step.find(' ', begin);
+            EXPECT_EQ(ask(step.substr(begin, end - begin)), step.substr(end + 1)) << step;
+        }
     }
 
     /// All 16 blocks of an image with this part number.
@@ -45,51 +59,19 @@ public:
     }
 
     static std::string imageBlock(int handle, std::size_t offset, std::string_view bytes) {
-        char head[32];
-        std::snprintf(head, sizeof head, "PVWR:%02X%04zX", static_cast<unsigned>(handle), offset);
-        std::string command = head;
-        for (const char byte : bytes) {
-            char digits[4];
-            std::snprintf(digits, sizeof digits, "%02X",
-                          static_cast<unsigned>(static_cast<unsigned char>(byte)));
-            command += digits;
-        }
-        return command;
+        return "PVWR:" + hexText(static_cast<std::uint32_t>(handle), 2) +
+               hexText(static_cast<std::uint32_t>(offset), 4) + hexBytes(bytes);
     }
 
-    /// Goes from power-on to an enabled tool without a cable.
-    void loadTool(int handle, std::string_view partNumber) {
-        char text[3];
-        std::snprintf(text, sizeof text, "%02X", static_cast<unsigned>(handle));
-        EXPECT_EQ(ask("PHRQ:*********1****"), text);
-        EXPECT_EQ(upload(handle, partNumber), "OKAY");
-        EXPECT_EQ(ask(std::string("PINIT:") + text), "OKAY");
-        EXPECT_EQ(ask(std::string("PENA:") + text + "D"), "OKAY");
+    /// Goes from power-on to tracking a tool without a cable.
+    void startTracking() {
+        run("INIT: OKAY; PHRQ:*********1**** 0A");
+        EXPECT_EQ(upload(0x0A, "1"), "OKAY");
+        run("PINIT:0A OKAY; PENA:0AD OKAY; TSTART: OKAY");
     }
 
     std::chrono::nanoseconds now{0};
     Device device;
-
-private:
-    static std::string crcOf(std::string_view text) { return crcText(crc16(text)); }
 };
-
-/// A command and what the device answers, checksum and carriage return aside.
-struct Step {
-    std::string command;
-    std::string reply;
-};
-
-inline void runSteps(DeviceHarness& harness, const std::vector<Step>& steps) {
-    for (const auto& step : steps) {
-        EXPECT_EQ(harness.ask(step.command), step.reply) << "to " << step.command;
-    }
-}
-
-inline DeviceOptions optionsOf(Family family) {
-    DeviceOptions options;
-    options.family = family;
-    return options;
-}
 
 } // namespace ndisim

@@ -1,5 +1,6 @@
 """Runs the built ndi-simulator as a user does: wrong usage, both connections, the trace, the end."""
 
+import contextlib
 import math
 import os
 import re
@@ -35,68 +36,46 @@ def run(*arguments):
     )
 
 
-class Simulator:
-    """The program, from its ready line to its end."""
-
-    def __init__(self, *arguments):
-        self.process = subprocess.Popen([PROGRAM, *arguments], stdout=subprocess.PIPE, text=True)
-        self.ready = self.process.stdout.readline()
-
-    @property
-    def address(self):
-        return self.ready.split()[1]
-
-    def connect(self):
-        host, port = self.address.split(":")
-        return socket.create_connection((host, int(port)), GUARD)
-
-    def end(self, how=signal.SIGTERM):
-        self.process.send_signal(how)
-        rest, _ = self.process.communicate(timeout=GUARD)
-        return self.process.returncode, rest
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        if self.process.poll() is None:
-            self.process.kill()
-        self.process.communicate()
+@contextlib.contextmanager
+def simulator(*arguments):
+    """The program after its ready line, which becomes the attribute "ready"."""
+    with subprocess.Popen([PROGRAM, *arguments], stdout=subprocess.PIPE, text=True) as process:
+        process.ready = process.stdout.readline()
+        try:
+            yield process
+        finally:
+            process.kill()
 
 
-def read_reply(connection):
+def end(process, how=signal.SIGTERM):
+    process.send_signal(how)
+    rest, _ = process.communicate(timeout=GUARD)
+    return process.returncode, rest
+
+
+def connect(process):
+    host, port = process.ready.split()[1].split(":")
+    with socket.create_connection((host, int(port)), GUARD) as connection:
+        return connection.makefile("rwb", buffering=0)
+
+
+def ask(line, text, count=9):
+    """A command and so many bytes of its reply."""
+    line.write(framed(text))
     data = b""
-    while not data.endswith(b"\r"):
-        got = connection.recv(1)
-        if not got:
-            break
-        data += got
-    return data
-
-
-def ask(connection, text):
-    connection.sendall(framed(text))
-    return read_reply(connection)
-
-
-def read_port(port, count):
-    data = b""
-    while len(data) < count:
-        data += port.read(count - len(data))
-    return data
-
-
-def read_binary(connection):
-    data = b""
-    while len(data) < 4 or len(data) < 8 + struct.unpack_from("<H", data, 2)[0]:
-        got = connection.recv(4096)
-        if not got:
-            break
+    while len(data) < count and (got := line.read(count - len(data))):
         data += got
     return data
 
 
 class Usage(unittest.TestCase):
+    def check(self, arguments, status, expected):
+        with self.subTest(arguments):
+            result = run(*arguments.split())
+            self.assertEqual((result.returncode, result.stdout), (status, ""))
+            self.assertRegex(result.stderr, r"\Andi-simulator: [^\n]+\n\Z")
+            self.assertIn(expected, result.stderr)
+
     def test_wrong_usage_is_one_line_and_status_2(self):
         for arguments, expected in (
             ("", "--family is required"),
@@ -108,6 +87,8 @@ class Usage(unittest.TestCase):
             ("--family vega --listen 0 --bogus", "--bogus"),
             ("--family vega --listen 0 --strays -1", "-1"),
             ("--family vega --listen 0 --strays 256", "255"),
+            ("--family vega --listen 0 --markers 21", "20"),
+            ("--family vega --listen 0 --handles 0", "200"),
             ("--family aurora --listen 0 --strays 1", "vicra and vega only"),
             ("--family vega --listen 0 --tool 1", "aurora only"),
             ("--family aurora --listen 0 --tool 1 --tool 1", "two tools"),
@@ -122,28 +103,15 @@ class Usage(unittest.TestCase):
             ("--family vega --pty /tmp/x --stale-link 9", "'9'"),
             ("--family vega --listen 0 --start-state off", "off"),
         ):
-            with self.subTest(arguments):
-                result = run(*arguments.split())
-                self.assertEqual(result.returncode, 2, result)
-                self.assertEqual(result.stdout, "")
-                self.assertRegex(result.stderr, r"\Andi-simulator: [^\n]+\n\Z")
-                self.assertIn(expected, result.stderr)
+            self.check(arguments, 2, expected)
 
     def test_what_cannot_be_had_is_one_line_and_status_3(self):
         with socket.create_server(("127.0.0.1", 0)) as taken, tempfile.NamedTemporaryFile() as file:
             port = str(taken.getsockname()[1])
-            for arguments, expected in (
-                (("--listen", port), port),
-                (("--pty", "/nonexistent/port"), "/nonexistent/port"),
-                (("--pty", file.name), file.name),
-                (("--listen", "0", "--trace", "/nonexistent/t"), "/nonexistent/t"),
-            ):
-                with self.subTest(arguments):
-                    result = run("--family", "vega", *arguments)
-                    self.assertEqual(result.returncode, 3, result)
-                    self.assertEqual(result.stdout, "")
-                    self.assertRegex(result.stderr, r"\Andi-simulator: [^\n]+\n\Z")
-                    self.assertIn(expected, result.stderr)
+            self.check(f"--family vega --listen {port}", 3, port)
+            self.check(f"--family vega --pty {file.name}", 3, file.name)
+            for place in ("--pty /nonexistent/port", "--listen 0 --trace /nonexistent/t"):
+                self.check(f"--family vega {place}", 3, place.split()[-1])
 
     def test_help_is_in_the_documentation(self):
         result = run("--help")
@@ -155,16 +123,15 @@ class Usage(unittest.TestCase):
 
 class Network(unittest.TestCase):
     def test_poses_follow_the_documented_path(self):
-        with Simulator(*"--family aurora --listen 0 --tool 2 --tool 7 --rate 250".split()) as device:
-            with device.connect() as host:
-                for text in (b"INIT:", b"PINIT:0B", b"PENA:0BD", b"PINIT:10", b"PENA:10D", b"TSTART:"):
-                    self.assertEqual(ask(host, text), b"OKAYA896\r")
-                for _ in range(20):
-                    host.sendall(framed(b"BX:0801"))
-                    reply = read_binary(host)
-                    self.assertEqual(reply[6], 2)
-                    for section, place in ((0, 2), (1, 7)):
-                        self.check_tool(reply[7 + 42 * section :], place)
+        arguments = "--family aurora --listen 0 --tool 2 --tool 7 --rate 250".split()
+        with simulator(*arguments) as device, connect(device) as host:
+            for text in (b"INIT:", b"PINIT:0B", b"PENA:0BD", b"PINIT:10", b"PENA:10D", b"TSTART:"):
+                self.assertEqual(ask(host, text), b"OKAYA896\r")
+            for _ in range(20):
+                reply = ask(host, b"BX:0801", 7 + 2 * 42 + 4)
+                self.assertEqual(reply[6], 2)
+                self.check_tool(reply[7:], 2)
+                self.check_tool(reply[49:], 7)
 
     def check_tool(self, section, place):
         handle, status = section[:2]
@@ -184,21 +151,17 @@ class Network(unittest.TestCase):
             self.assertAlmostEqual(value, wanted, delta=1e-4)
 
     def test_trace_and_end(self):
-        with tempfile.TemporaryDirectory() as folder:
-            trace = os.path.join(folder, "trace.txt")
-            arguments = f"--family vega --listen 0 --trace {trace} --fault crc@TSTART --seed 7"
-            with Simulator(*arguments.split()) as device:
+        with tempfile.NamedTemporaryFile() as trace:
+            arguments = f"--family vega --listen 0 --trace {trace.name} --fault crc@TSTART"
+            with simulator(*arguments.split()) as device, connect(device) as host:
                 self.assertRegex(device.ready, r"\Aready 127\.0\.0\.1:\d+\n\Z")
-                with device.connect() as host:
-                    ask(host, b"INIT:")
-                    self.assertEqual(ask(host, b"TSTART:"), b"OKAYA897\r")
-                    host.sendall(b"BX 0800\r")
-                    read_binary(host)
-                    status, rest = device.end(signal.SIGINT)
+                ask(host, b"INIT:")
+                self.assertEqual(ask(host, b"TSTART:"), b"OKAYA897\r")
+                ask(host, b"BX:0800", 11)
+                status, rest = end(device, signal.SIGINT)
             self.assertEqual(status, 0)
             self.assertRegex(rest, r"\Adone 3 commands, 1 faults, frame \d+\n\Z")
-            with open(trace, encoding="utf-8") as file:
-                lines = file.read().splitlines()
+            lines = trace.read().decode().splitlines()
         for line in lines:
             self.assertRegex(line, r"\A\d+\.\d{6} [<>!] .+\Z")
         self.assertEqual(
@@ -210,7 +173,7 @@ class Network(unittest.TestCase):
                 "> TSTART:%04X\\r" % crc(b"TSTART:"),
                 "! fault crc",
                 r"< OKAYA897\r",
-                r"> BX 0800\r",
+                "> BX:0800%04X\\r" % crc(b"BX:0800"),
                 "< hex C4A503002DE30000000000",
             ],
         )
@@ -218,7 +181,7 @@ class Network(unittest.TestCase):
     def test_same_seed_same_faults(self):
         def answers(seed):
             arguments = f"--family vega --listen 0 --fault-rate 0.5 --fault-kinds crc --seed {seed}"
-            with Simulator(*arguments.split()) as device, device.connect() as host:
+            with simulator(*arguments.split()) as device, connect(device) as host:
                 return [ask(host, b"INIT:") for _ in range(64)]
 
         self.assertEqual(answers(1), answers(1))
@@ -229,16 +192,15 @@ class Terminal(unittest.TestCase):
     def test_link_comes_and_goes(self):
         with tempfile.TemporaryDirectory() as folder:
             link = os.path.join(folder, "port")
-            with Simulator("--family", "vicra", "--pty", link, "--old-firmware") as device:
+            os.symlink("/nonexistent", link)  # left behind by a simulator that was killed
+            with simulator("--family", "vicra", "--pty", link, "--old-firmware") as device:
                 self.assertEqual(device.ready, f"ready {link}\n")
                 with open(link, "r+b", buffering=0) as port:
-                    settings = termios.tcgetattr(port)
-                    self.assertEqual(settings[4], termios.B9600)
-                    port.write(framed(b"INIT:"))
-                    self.assertEqual(read_port(port, 9), b"OKAYA896\r")
-                    port.write(framed(b"GETINFO:Features.Firmware.Version"))
-                    self.assertEqual(read_port(port, 12), framed(b"ERROR01"))
-                    self.assertEqual(device.end()[0], 0)
+                    self.assertEqual(termios.tcgetattr(port)[4], termios.B9600)
+                    self.assertEqual(ask(port, b"INIT:"), b"OKAYA896\r")
+                    refusal = framed(b"ERROR01")
+                    self.assertEqual(ask(port, b"GETINFO:Features.Firmware.Version", 12), refusal)
+                    self.assertEqual(end(device)[0], 0)
                 self.assertFalse(os.path.lexists(link))
 
 
