@@ -1,7 +1,4 @@
-#include "protocol/device.h"
-#include "tests/protocol/RecordPtr.h"
-#include "tests/protocol/ScriptedPeer.h"
-#include "tests/protocol/Wire.h"
+#include "tests/protocol/Connection.h"
 
 #include <cstdio>
 #include <cstring>
@@ -15,40 +12,9 @@ using Codes = std::vector<std::int32_t>;
 
 namespace {
 
-constexpr int kPatienceMs = 20000; // only ends a test that has gone wrong
-constexpr int kShortMs = 50;       // where no answer comes
+constexpr int kShortMs = 50; // where no answer comes
 
-Answer okay(const std::string&) {
-    return wire::text("OKAY");
-}
-
-std::string withCrc(const std::string& text) {
-    return text + wire::hex(wire::crc(text), 4) + "\r";
-}
-
-// A BX reply of one handle with port status and frame number only.
-std::string missingTool(std::uint32_t frame) {
-    return wire::binary("\x01\x0A\x02" + wire::le32(0x31) + wire::le32(frame) + wire::le16(0));
-}
-
-class Command : public testing::Test {
-protected:
-    void SetUp() override { connect(); }
-
-    void connect() {
-        device.reset(deviceOpenNetwork("127.0.0.1", peer.port()));
-        ASSERT_TRUE(device);
-        deviceSetNetworkTimeout(device.get(), kPatienceMs);
-    }
-
-    std::int32_t errorOf(const std::string& command) {
-        deviceCommand(device.get(), "%s", command.c_str());
-        return deviceGetError(device.get());
-    }
-
-    ScriptedPeer peer{ScriptedPeer::Kind::tcp, okay};
-    RecordPtr device;
-};
+using Command = Connection;
 
 } // namespace
 
@@ -61,8 +27,8 @@ TEST_F(Command, IsFramedByItsFirstOtherCharacter) {
         {"A9 :", "A9 :\r"},
         {"init:", "init:\r"},
         {"", "\r"},
-        {"PENA:0AD", withCrc("PENA:0AD")},
-        {tooLong, withCrc(tooLong.substr(0, 2042))},
+        {"PENA:0AD", wire::text("PENA:0AD")},
+        {tooLong, wire::text(tooLong.substr(0, 2042))},
     };
     std::vector<std::string> sent;
     for (const auto& [text, bytes] : cases) {
@@ -72,7 +38,7 @@ TEST_F(Command, IsFramedByItsFirstOtherCharacter) {
         sent.push_back(bytes);
     }
     deviceCommand(device.get(), "PENA:%02X%c", 0x0Bu, 'D');
-    sent.push_back(withCrc("PENA:0BD"));
+    sent.push_back(wire::text("PENA:0BD"));
     deviceCommand(device.get(), "PENA:0A%lc", std::wint_t{0xD800}); // no character
     sent.push_back("\r");
     EXPECT_EQ(peer.commands(), sent);
@@ -130,7 +96,7 @@ TEST_F(Command, ChecksEveryReply) {
         EXPECT_EQ(device->BxHandleCount, each.command[0] == 'B' && each.raw == bx ? 1 : 0) << what;
         EXPECT_EQ(device->reply[2047] + device->rawReply[2047], 0);
         // Whatever came behind the reply is not taken for the next one.
-        peer.setScript(okay);
+        peer.setScript(track);
         EXPECT_EQ(errorOf("PINIT:01"), 0) << what;
     }
 }
@@ -187,14 +153,14 @@ TEST_F(Command, TrackingFollowsWhatWasSent) {
         {"TSTART:", true, true}, {"PHSR:00", true, true},  {"INIT:", true, false},
         {"TSTART", false, true}, {"TSTOP:", false, false}, {"TSTARTX:", true, false}};
     for (const auto& [command, answered, tracking] : cases) {
-        peer.alwaysAnswer(answered ? okay("") : Answer());
+        peer.alwaysAnswer(answered ? track("") : Answer());
         errorOf(command);
         EXPECT_EQ(device->tracking != 0, tracking) << command;
     }
 }
 
 TEST_F(Command, PeerThatGoesAwayIsAnErrorAndNoSignal) {
-    Answer last = okay("");
+    Answer last = track("");
     last.hangsUp = true;
     peer.alwaysAnswer(last);
     EXPECT_EQ(errorOf("INIT:"), 0);
@@ -266,7 +232,7 @@ TEST_F(Command, RomUploadIsSixteenBlocksOrTheFirstFailure) {
             for (std::size_t i = block; i < block + 64; ++i) {
                 text += wire::hex(i < size ? static_cast<unsigned char>(image[i]) : 0u, 2);
             }
-            expected.push_back(withCrc(text));
+            expected.push_back(wire::text(text));
         }
         EXPECT_EQ(peer.commands(), expected);
     }

@@ -1,31 +1,8 @@
-#include "protocol/device.h"
-#include "tests/protocol/RecordPtr.h"
-#include "tests/protocol/ScriptedPeer.h"
-#include "tests/protocol/Tracker.h"
+#include "tests/protocol/Connection.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 
-namespace {
-
-class ThreadMode : public testing::Test {
-protected:
-    void SetUp() override {
-        device.reset(deviceOpenNetwork("127.0.0.1", peer.port()));
-        ASSERT_TRUE(device);
-        deviceSetNetworkTimeout(device.get(), 20000);
-    }
-
-    std::int32_t errorOf(const char* command) {
-        deviceCommand(device.get(), "%s", command);
-        return deviceGetError(device.get());
-    }
-
-    ScriptedPeer peer{ScriptedPeer::Kind::tcp, track};
-    RecordPtr device;
-};
-
-} // namespace
+using ThreadMode = Connection;
 
 TEST_F(ThreadMode, TrackingCommandsTakeTheNewestReply) {
     deviceSetThreadMode(device.get(), true);

@@ -1,8 +1,5 @@
-#include "protocol/device.h"
 #include "protocol/transport.h"
-#include "tests/protocol/RecordPtr.h"
-#include "tests/protocol/ScriptedPeer.h"
-#include "tests/protocol/Tracker.h"
+#include "tests/protocol/Connection.h"
 #include "tests/protocol/posix/SignalStorm.h"
 #include "tests/protocol/posix/line_rate.h"
 
@@ -15,13 +12,8 @@
 
 using testing::AnyOf;
 using Answer = ScriptedPeer::Answer;
-using Kind = ScriptedPeer::Kind;
 
 namespace {
-
-Answer okay(const std::string& command) {
-    return wire::text(command.starts_with("GETINFO") ? "Features.Firmware.Version=1" : "OKAY");
-}
 
 termios settingsOf(const ScriptedPeer& peer) {
     termios settings = {};
@@ -34,21 +26,11 @@ bool areEqual(const termios& a, const termios& b) {
            a.c_lflag == b.c_lflag;
 }
 
-class SerialLine : public testing::Test {
+class SerialLine : public Connection {
 protected:
-    void SetUp() override {
-        device.reset(deviceOpenSerial(peer.path()));
-        ASSERT_TRUE(device);
-    }
+    SerialLine() : Connection(ScriptedPeer::Kind::pty) {}
 
-    std::int32_t errorOf(const char* command) {
-        deviceCommand(device.get(), "%s", command);
-        return deviceGetError(device.get());
-    }
-
-    ScriptedPeer peer{Kind::pty, okay};
     const termios before = settingsOf(peer);
-    RecordPtr device;
 };
 
 } // namespace
@@ -66,6 +48,9 @@ TEST_F(SerialLine, OpensRawAndRestoresOnClose) {
     EXPECT_EQ(errorOf("COMM:50001"), 0);
     device.reset();
     EXPECT_TRUE(areEqual(before, settingsOf(peer)));
+    peer.setScript([](const std::string& command) {
+        return wire::text(command.starts_with("GETINFO") ? "Features.Firmware.Version=1" : "OKAY");
+    });
     EXPECT_EQ(deviceProbePort(peer.path()), 0);
     EXPECT_TRUE(areEqual(before, settingsOf(peer)));
 }
@@ -140,7 +125,7 @@ TEST_F(SerialLine, IsExclusiveWhileOpen) {
     EXPECT_EQ(deviceProbePort(peer.path()), 0x200);
     EXPECT_EQ(errorOf("INIT:"), 0); // the refused ones have not disturbed it
     device.reset();
-    SetUp();
+    connect();
     device.reset();
     const int other = open(peer.path(), O_RDWR | O_NOCTTY); // the superuser always may: ask
     int isExclusive = 1;
@@ -196,25 +181,7 @@ TEST_F(SerialLine, UnpluggedDeviceIsAnErrorAtOnce) {
     EXPECT_EQ(deviceOpenSerial(peer.path()), nullptr);
 }
 
-TEST_F(SerialLine, FifthPortWorksButIsNotRestored) {
-    ScriptedPeer others[4] = {
-        {Kind::pty, okay}, {Kind::pty, okay}, {Kind::pty, okay}, {Kind::pty, okay}};
-    RecordPtr devices[4];
-    for (int i = 0; i < 4; ++i) {
-        devices[i].reset(deviceOpenSerial(others[i].path()));
-        ASSERT_TRUE(devices[i]);
-        EXPECT_STREQ(deviceCommand(devices[i].get(), "PHSR:00"), "OKAY");
-    }
-    device.reset();
-    EXPECT_TRUE(areEqual(before, settingsOf(peer)));
-    for (int i = 0; i < 4; ++i) {
-        devices[i].reset();
-        EXPECT_EQ(areEqual(before, settingsOf(others[i])), i < 3) << i;
-    }
-}
-
 TEST_F(SerialLine, AnErrorEndsTheReaderThread) {
-    peer.setScript(track);
     static std::atomic<int> foreignCalls;
     static std::thread::id here;
     here = std::this_thread::get_id();

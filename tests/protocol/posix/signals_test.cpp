@@ -1,10 +1,6 @@
-#include "protocol/device.h"
-#include "tests/protocol/RecordPtr.h"
-#include "tests/protocol/ScriptedPeer.h"
-#include "tests/protocol/Tracker.h"
+#include "tests/protocol/Connection.h"
 #include "tests/protocol/posix/SignalStorm.h"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace {
@@ -13,22 +9,7 @@ namespace {
 // that has gone away must be harmless with it.
 [[maybe_unused]] const auto inherited = signal(SIGPIPE, SIG_DFL);
 
-class Signals : public testing::Test {
-protected:
-    void connect() {
-        device.reset(deviceOpenNetwork("127.0.0.1", peer.port()));
-        ASSERT_TRUE(device);
-        deviceSetNetworkTimeout(device.get(), 20000);
-    }
-
-    std::int32_t errorOf(const char* command) {
-        deviceCommand(device.get(), "%s", command);
-        return deviceGetError(device.get());
-    }
-
-    ScriptedPeer peer{ScriptedPeer::Kind::tcp, track};
-    RecordPtr device;
-};
+using Signals = Connection;
 
 } // namespace
 
