@@ -50,27 +50,16 @@ std::string nested(int levels) {
 
 TEST(PropertiesXml, EveryTextSurvives) {
     using namespace std::string_literals;
+    // Damaged UTF-8, control characters and zeros come below, at random.
     const std::string texts[] = {
         "",
-        "plain",
-        " blanks at the ends ",
-        "\\\\.\\COM12",
-        "C:\\tools\\",
-        "\"'<>&",
-        "&amp;&#0;",
-        "]]>",
-        "<!-- -->",
+        "\\\\.\\COM12 \"'<>&",
+        "&amp;&#0;]]><!-- -->",
         "\xC3\xBC \xE2\x82\xAC \xF0\x9F\x98\x80",
-        "\t\r\n\r\r\n",
-        "%",
-        "%41",
-        "\0"s,
+        " \t\r\n\r\r\n ",
+        "%41%",
         "a\0b%00"s,
-        "\x01\x1F\x7F",
-        "\xFF\xFE",
-        "\xC3",
         "\xED\xA0\x80",
-        "\xC0\x80",
         "\xEF\xBF\xBF",
         "\xEF\xBB\xBF",
         "\xF4\x90\x80\x80",
@@ -81,11 +70,10 @@ TEST(PropertiesXml, EveryTextSurvives) {
         expectRoundTrip(treeOf(text));
     }
     std::mt19937 random(1);
-    std::uniform_int_distribution<int> byte(0, 255), length(0, 30);
     for (int i = 0; i < 300; ++i) {
-        std::string text(static_cast<std::size_t>(length(random)), ' ');
+        std::string text(random() % 31, ' ');
         for (char& c : text)
-            c = static_cast<char>(byte(random));
+            c = static_cast<char>(random());
         expectRoundTrip(treeOf(text));
     }
 }

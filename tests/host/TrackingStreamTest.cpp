@@ -45,7 +45,6 @@ public:
         if (registry)
             setInstruments(std::move(registry));
     }
-    ~TestTrackingStream() override { close(); }
     std::string uuid() const override { return "Test"; }
     using TrackingStream::createTrackingStreamData;
     using TrackingStream::emitSignals;
@@ -73,16 +72,10 @@ TEST(TrackingStream, WithoutRegistryHoldsNothingAndStaysSilent) {
     TestTrackingStream stream;
     const auto registry = stream.instruments();
     ASSERT_NE(registry, nullptr);
-    const auto mustNotRun = [](const std::string&, TrackingInstrument&) { FAIL(); };
-    EXPECT_EQ(registry->create(TrackerID("a", "n", "m"), true), 0u);
-    EXPECT_EQ(registry->create("base", "m", "n", true), 0u);
-    EXPECT_EQ(registry->setMainById("a") | registry->setMainByIndex(1) | registry->remove("a") |
-                  registry->setActive("a", true) | registry->clear() | registry->resetPoses(1),
-              0u);
-    EXPECT_EQ(registry->modify("a", mustNotRun) | registry->modifyAll(mustNotRun), 0u);
+    EXPECT_EQ(registry->create(TrackerID("a", "n", "m"), true) | registry->setMainByIndex(1), 0u);
+    EXPECT_EQ(registry->modifyAll([](auto&, auto&) { FAIL(); }), 0u);
     EXPECT_FALSE(registry->mainInstrument() || registry->instrument("a"));
     EXPECT_EQ(stream.numInstruments(), 0u);
-
     const auto before = std::chrono::system_clock::now().time_since_epoch();
     const auto frame = stream.createTrackingStreamData();
     EXPECT_THAT(frame->instruments, IsEmpty());
