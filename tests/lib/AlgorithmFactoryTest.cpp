@@ -7,7 +7,7 @@
 
 #include <morvalincore/GlobalSettings.h>
 
-#include "tests/lib/LogCapture.h"
+#include "tests/host/CapturedLog.h"
 
 namespace Morvalin {
 namespace {
@@ -64,23 +64,18 @@ std::vector<std::string> ids(const std::vector<AlgorithmFactory::Descriptor>& de
 }
 
 struct AlgorithmFactoryTest : testing::Test {
-    LogCapture log;
+    CapturedLog log;
     Factory factory;
 };
 
-TEST_F(AlgorithmFactoryTest, NameThatIsTakenIsRefusedWithAWarning) {
-    EXPECT_THAT(log.lines,
-                ElementsAre("3 AlgorithmFactory: Algorithm already registered: Lab.Reader"));
+TEST_F(AlgorithmFactoryTest, RefusedNamesAndFailedCreationsAreLogged) {
     EXPECT_EQ(factory.algorithmDescriptor("Lab.Reader").category, "IO;Lab;Reader");
     EXPECT_EQ(factory.entries().size(), 4u);
-}
-
-TEST_F(AlgorithmFactoryTest, FailedCreationIsLoggedAndGivesNothing) {
-    log.lines.clear();
     for (const char* id : {"Lab.Broken", "Lab.Foreign", "Lab.Unknown"})
         EXPECT_EQ(factory.instantiateAlgorithm(id, {}), nullptr) << id;
-    EXPECT_THAT(log.lines,
-                ElementsAre("4 AlgorithmFactory: Cannot create algorithm Lab.Broken: no memory",
+    EXPECT_THAT(log.lines(),
+                ElementsAre("3 AlgorithmFactory: Algorithm already registered: Lab.Reader",
+                            "4 AlgorithmFactory: Cannot create algorithm Lab.Broken: no memory",
                             "4 AlgorithmFactory: Cannot create algorithm Lab.Foreign: "));
 }
 

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/lib/LogCapture.h"
+#include "tests/host/CapturedLog.h"
 
 namespace Morvalin {
 namespace {
@@ -62,89 +62,76 @@ private:
 
 using Scripted = CreateStreamIoAlgorithm<ScriptedStream>;
 
-Properties settings(const std::vector<std::pair<std::string, bool>>& flags) {
-    Properties result;
-    for (const auto& [key, value] : flags)
-        result.setParam(key, value);
-    return result;
-}
+using Flags = std::vector<std::pair<std::string, bool>>;
+
+/// A new algorithm with these settings.
+struct Configured : Scripted {
+    explicit Configured(const Flags& flags) {
+        Properties settings;
+        for (const auto& [key, value] : flags)
+            settings.setParam(key, value);
+        configure(&settings);
+    }
+};
 
 struct CreateStream : testing::Test {
     CreateStream() {
         events.clear();
         script = {};
     }
-    LogCapture log;
+    CapturedLog log;
 };
 
 TEST_F(CreateStream, OpensAndStartsWhatTheFirstPresentFlagAsksFor) {
-    const std::vector<std::string> nothing = {"configure none"};
-    const std::vector<std::string> opened = {"configure none", "open"};
-    const std::vector<std::string> started = {"configure none", "open", "start"};
-    const struct {
-        std::vector<std::pair<std::string, bool>> flags;
-        std::vector<std::string> expected;
-    } cases[] = {
-        {{}, nothing},
-        {{{"open", true}}, opened},
-        {{{"autoOpen", true}}, opened},
-        {{{"connect", true}}, opened},
-        {{{"open", false}, {"autoOpen", true}}, nothing},
-        {{{"autoOpen", false}, {"connect", true}}, nothing},
-        {{{"connect", true}, {"autoStart", true}}, started},
-        {{{"start", false}, {"autoStart", true}, {"open", true}}, opened},
-        {{{"start", true}}, nothing},
+    const std::pair<Flags, int> cases[] = {
+        {{}, 0},
+        {{{"open", true}}, 1},
+        {{{"autoOpen", true}}, 1},
+        {{{"connect", true}}, 1},
+        {{{"open", false}, {"autoOpen", true}}, 0},
+        {{{"autoOpen", false}, {"connect", true}}, 0},
+        {{{"connect", true}, {"autoStart", true}}, 2},
+        {{{"start", false}, {"autoStart", true}, {"open", true}}, 1},
+        {{{"start", true}}, 0},
     };
-    for (const auto& [flags, expected] : cases) {
+    for (const auto& [flags, steps] : cases) {
         events.clear();
-        Scripted algorithm;
-        const Properties properties = settings(flags);
-        algorithm.configure(&properties);
+        Configured algorithm(flags);
+        const Properties other;
+        algorithm.configure(&other); // flags that are absent keep their value
         algorithm.compute();
-        EXPECT_EQ(events, expected) << (flags.empty() ? "" : flags.front().first);
+        const std::vector<std::string> expected = {"configure none", "open", "start"};
+        EXPECT_EQ(events, std::vector(expected.begin(), expected.begin() + 1 + steps))
+            << (flags.empty() ? "" : flags.front().first);
         EXPECT_EQ(algorithm.status(), IoAlgorithm::Success);
     }
-    EXPECT_THAT(log.lines, IsEmpty());
-}
-
-TEST_F(CreateStream, FlagsThatAreAbsentKeepTheirValue) {
-    Scripted algorithm;
-    const Properties opens = settings({{"open", true}});
-    const Properties other;
-    algorithm.configure(&opens);
-    algorithm.configure(&other);
-    algorithm.compute();
-    EXPECT_EQ(algorithm.stream()->state(), Stream::Open);
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(CreateStream, StepsThatFailKeepTheStreamAndAreNotLogged) {
-    const Properties properties = settings({{"open", true}, {"start", true}});
     for (const bool opens : {false, true}) {
         script.opens = opens;
         script.starts = false;
-        Scripted algorithm;
-        algorithm.configure(&properties);
+        Configured algorithm({{"open", true}, {"start", true}});
         algorithm.compute();
         EXPECT_EQ(algorithm.status(), IoAlgorithm::Failure);
         ASSERT_NE(algorithm.stream(), nullptr);
         EXPECT_EQ(algorithm.stream()->state(), opens ? Stream::Open : Stream::Closed);
     }
-    EXPECT_THAT(log.lines, IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(CreateStream, StreamThatThrowsIsForgottenAlive) {
     script.throwsWhenConfigured = true;
-    Scripted algorithm;
-    const Properties properties;
-    algorithm.configure(&properties);
+    Configured algorithm({});
     auto stream = std::make_unique<ScriptedStream>();
     const std::unique_ptr<ScriptedStream> survivor(stream.get());
     algorithm.adoptStream(std::move(stream));
     EXPECT_EQ(algorithm.stream(), nullptr);
     EXPECT_EQ(algorithm.status(), IoAlgorithm::Failure);
     EXPECT_THAT(events, ElementsAre("configure none"));
-    EXPECT_THAT(log.lines, ElementsAre("4 CreateStreamIoAlgorithm: Could not instantiate a new "
-                                       "Stream: odd settings"));
+    EXPECT_THAT(log.lines(), ElementsAre("4 CreateStreamIoAlgorithm: Could not instantiate a new "
+                                         "Stream: odd settings"));
 }
 
 TEST_F(CreateStream, StreamThatCannotBeMadeLeavesNone) {
@@ -155,16 +142,14 @@ TEST_F(CreateStream, StreamThatCannotBeMadeLeavesNone) {
     EXPECT_EQ(algorithm.stream(), nullptr);
     EXPECT_EQ(algorithm.status(), IoAlgorithm::Failure);
     EXPECT_THAT(events, ElementsAre("destroyed"));
-    EXPECT_THAT(log.lines, ElementsAre("4 CreateStreamIoAlgorithm: Could not instantiate a new "
-                                       "Stream: no stream today"));
+    EXPECT_THAT(log.lines(), ElementsAre("4 CreateStreamIoAlgorithm: Could not instantiate a new "
+                                         "Stream: no stream today"));
 }
 
 TEST_F(CreateStream, NewStreamReplacesTheOldOneUnlessThatHasAnotherOwner) {
     std::unique_ptr<Stream> taken;
     {
-        Scripted algorithm;
-        const Properties properties = settings({{"open", true}});
-        algorithm.configure(&properties);
+        Configured algorithm({{"open", true}});
         algorithm.compute();
         algorithm.compute();
         EXPECT_THAT(events, ElementsAre("configure none", "open", "close", "destroyed",

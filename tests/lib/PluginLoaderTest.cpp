@@ -22,11 +22,7 @@ std::string module(const std::string& name) {
 
 TEST(PluginLoader, RefusalsTellTheFaultInOneLine) {
     const TemporaryFolder folder;
-    const std::string needsFirst = "needs the plug-in \"Tests.first\", which is not loaded";
-    const struct {
-        std::string path;
-        std::string fault;
-    } cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {folder.path("none.so"), "no such file"},
         {folder.path(""), "not a file"},
         {folder.write("text.so", "plain text"), "not a loadable library"},
@@ -35,7 +31,7 @@ TEST(PluginLoader, RefusalsTellTheFaultInOneLine) {
         {module("no_plugin"), "not a plug-in: it has no descriptor"},
         {module("other_version"), "not a plug-in for this version of the host"},
         {module("no_functions"), "lacks the function morvalinCreatePlugin"},
-        {module("second"), needsFirst},
+        {module("second"), "needs the plug-in \"Tests.first\", which is not loaded"},
         {module("init_fails"), "failed to initialise (result 7)"},
         {module("init_throws"), "failed to initialise: no licence"},
         {module("create_throws"), "could not be created: no room"},

@@ -10,7 +10,7 @@
 #include <morvalincore/PropertiesXml.h>
 #include <morvalinlib/WorkspaceConversionRegistry.h>
 
-#include "tests/lib/LogCapture.h"
+#include "tests/host/CapturedLog.h"
 #include "tests/lib/TemporaryFolder.h"
 
 namespace Morvalin {
@@ -71,10 +71,7 @@ TEST(Workspace, SavingThatFailsKeepsTheOldFileAndLeavesNothingBehind) {
 TEST(Workspace, PlacesThatCannotBeWrittenAreRefusedBeforehand) {
     const TemporaryFolder folder;
     folder.write("file", "");
-    const struct {
-        std::string path;
-        std::string fault;
-    } cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {folder.path("none/w.xml"), "its folder does not exist"},
         {folder.path("file/w.xml"), "its folder does not exist"},
         {folder.path(""), "is a folder"},
@@ -97,19 +94,10 @@ TEST(Workspace, PlacesThatCannotBeWrittenAreRefusedBeforehand) {
 TEST(Workspace, FilesThatAreNoneLeaveTheRootAlone) {
     const TemporaryFolder folder;
     const std::string whole = toXml(sample("Lab.Reader"));
-    std::string nested;
-    for (int i = 0; i < 100000; ++i)
-        nested += "<block name=\"a\">";
-    const struct {
-        std::string text;
-        std::string fault;
-    } cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {"", "not a workspace"},
         {whole.substr(0, whole.size() / 2), "not a workspace"},
         {std::string(100, '\0'), "not a workspace"},
-        {"<html/>", "not a workspace"},
-        {"<!DOCTYPE x [<!ENTITY a \"b\">]>" + whole, "not a workspace"},
-        {nested, "not a workspace"},
         {whole + std::string(std::size_t{17} << 20, ' '), "not a workspace"},
         {toXml(Properties("Workspace")), "no block \"Algorithms\""},
     };
@@ -130,44 +118,39 @@ TEST(Workspace, FilesThatAreNoneLeaveTheRootAlone) {
 
 TEST(Workspace, ConversionsRunInOrderOnEveryLoadedFile) {
     const TemporaryFolder folder;
-    // Conversions stay for the rest of the process; without this list they do nothing.
-    static std::vector<std::string>* calls = nullptr;
-    std::vector<std::string> made;
-    calls = &made;
-    auto& registry = WorkspaceConversionRegistry::instance();
-    const auto rename = [](const std::string& from, const std::string& to) {
-        return [from, to](Properties& root, const std::string& path) {
-            if (calls == nullptr)
-                return false;
-            calls->push_back(from + " " + path);
-            if (from == "explode")
+    // Conversions stay for the rest of the process; when this test is over, they do nothing.
+    static bool isActive;
+    isActive = true;
+    const auto step = [](const std::string& name) {
+        return [name](Properties& root, const std::string& path) {
+            if (isActive && name == "explode")
                 throw std::runtime_error("conversion failed");
-            bool changed = false;
-            for (Properties& block : root.subProperties("Algorithms")->children())
-                if (block.name() == from) {
-                    block.setName(to);
-                    changed = true;
-                }
-            return changed;
+            std::string before;
+            root.param("steps", before);
+            if (isActive)
+                root.setParam("steps", before + name + " " + path + " ");
+            return isActive;
         };
     };
-    registry.addConversion({"First step", 1, rename("Old", "Newer")});
-    registry.addConversion({"Second step", 2, rename("Newer", "Newest")});
+    auto& registry = WorkspaceConversionRegistry::instance();
+    registry.addConversion({"First step", 1, step("one")});
+    registry.addConversion({"Second step", 2, step("two")});
 
-    LogCapture log;
+    CapturedLog log;
     Properties root;
     std::string error;
-    const std::string path = folder.write("w.xml", toXml(sample("Old")));
+    std::string steps;
+    const std::string path = folder.write("w.xml", toXml(sample("Lab.Reader")));
     ASSERT_TRUE(Workspace::load(path, root, error)) << error;
-    EXPECT_THAT(made, ElementsAre("Old " + path, "Newer " + path));
-    EXPECT_NE(root.subProperties("Algorithms")->subProperties("Newest"), nullptr);
-    EXPECT_THAT(log.lines, ElementsAre("2 Workspace: " + path + ": First step",
-                                       "2 Workspace: " + path + ": Second step"));
+    EXPECT_TRUE(root.param("steps", steps));
+    EXPECT_EQ(steps, "one " + path + " two " + path + " ");
+    EXPECT_THAT(log.lines(), ElementsAre("2 Workspace: " + path + ": First step",
+                                         "2 Workspace: " + path + ": Second step"));
 
-    registry.addConversion({"Third step", 3, rename("explode", "")});
+    registry.addConversion({"Third step", 3, step("explode")});
     EXPECT_FALSE(Workspace::load(path, root, error));
     EXPECT_THAT(error, HasSubstr("conversion failed"));
-    calls = nullptr;
+    isActive = false;
 }
 
 } // namespace
