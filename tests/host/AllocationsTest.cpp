@@ -6,8 +6,6 @@
 
 #include <morvalinstream/TrackingStream.h>
 
-#include "ScriptedStream.h"
-
 using namespace Morvalin;
 
 namespace {
@@ -33,24 +31,38 @@ namespace {
 
 /// Hands out the same object every millisecond and counts what its thread allocates from one call
 /// of doWork() to the next.
-class CountingStream : public ScriptedStream {
+class CountingStream : public TrackingStream {
 public:
-    CountingStream() {
-        work = [this, frame = std::shared_ptr<Data>(std::make_shared<TrackingStreamData>())] {
-            constexpr int warmUp = 3, measured = 20;
-            if (workCount == warmUp)
-                countAtBegin = allocationCount;
-            if (workCount == warmUp + measured)
-                allocationsBetweenCalls = allocationCount - countAtBegin;
-            output(frame);
-            allocationsBetweenCalls.notify_all();
-            return WorkContinuation{std::chrono::system_clock::now() + std::chrono::milliseconds(1),
-                                    1};
-        };
+    CountingStream() : TrackingStream("counting") {
+        output.connect([this](const std::shared_ptr<Data>& data) { received += data != nullptr; });
     }
+    ~CountingStream() override { close(); }
+    std::string uuid() const override { return "Counting"; }
+
+    std::atomic<int> callCount{0};
     std::atomic<int> allocationsBetweenCalls{-1};
+    int received = 0;
+
+protected:
+    bool openImpl() override { return true; }
+    bool closeImpl() override { return true; }
+    bool startImpl() override { return true; }
+    bool stopImpl() override { return true; }
+    std::optional<WorkContinuation> doWork() override {
+        constexpr int warmUp = 3, measured = 20;
+        const auto now = std::chrono::system_clock::now();
+        if (callCount == warmUp)
+            countAtBegin = allocationCount;
+        if (callCount == warmUp + measured)
+            allocationsBetweenCalls = allocationCount - countAtBegin;
+        output(frame);
+        ++callCount;
+        allocationsBetweenCalls.notify_all();
+        return WorkContinuation{now + std::chrono::milliseconds(1), 1};
+    }
 
 private:
+    const std::shared_ptr<Data> frame = std::make_shared<TrackingStreamData>();
     int countAtBegin = 0;
 };
 
@@ -58,11 +70,9 @@ private:
 
 TEST(Allocations, NoneOnTheWayFromOneCallOfDoWorkToTheNext) {
     CountingStream stream;
-    std::atomic<int> received{0};
-    stream.output.connect([&](const std::shared_ptr<Data>& data) { received += data != nullptr; });
     ASSERT_TRUE(stream.open() && stream.start());
     stream.allocationsBetweenCalls.wait(-1);
     ASSERT_TRUE(stream.stop());
     EXPECT_EQ(stream.allocationsBetweenCalls, 0);
-    EXPECT_EQ(received, stream.workCount);
+    EXPECT_EQ(stream.received, stream.callCount);
 }
