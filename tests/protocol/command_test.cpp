@@ -39,8 +39,6 @@ TEST_F(Command, IsFramedByItsFirstOtherCharacter) {
     }
     deviceCommand(device.get(), "PENA:%02X%c", 0x0Bu, 'D');
     sent.push_back(wire::text("PENA:0BD"));
-    deviceCommand(device.get(), "PENA:0A%lc", std::wint_t{0xD800}); // no character
-    sent.push_back("\r");
     EXPECT_EQ(peer.commands(), sent);
 }
 

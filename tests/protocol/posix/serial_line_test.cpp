@@ -157,6 +157,11 @@ TEST_F(SerialLine, DeviceErrorsCountWithoutTheirCrc) {
     }
 }
 
+TEST_F(SerialLine, TextThatCannotBeFormattedIsNotSent) {
+    deviceCommand(device.get(), "PENA:0A%lc", std::wint_t{0xD800}); // no character
+    EXPECT_EQ(peer.commands(), std::vector<std::string>{"\r"});
+}
+
 TEST_F(SerialLine, SilenceIsATimeoutWhateverSignalsCome) {
     const SignalStorm storm;
     EXPECT_EQ(errorOf("INIT:"), 0);
