@@ -72,8 +72,13 @@ TEST(TrackingStream, WithoutRegistryHoldsNothingAndStaysSilent) {
     TestTrackingStream stream;
     const auto registry = stream.instruments();
     ASSERT_NE(registry, nullptr);
-    EXPECT_EQ(registry->create(TrackerID("a", "n", "m"), true) | registry->setMainByIndex(1), 0u);
-    EXPECT_EQ(registry->modifyAll([](auto&, auto&) { FAIL(); }), 0u);
+    const auto mustNotRun = [](const std::string&, TrackingInstrument&) { FAIL(); };
+    EXPECT_EQ(registry->create(TrackerID("a", "n", "m"), true) |
+                  registry->create("base", "m", "n", true) | registry->setMainById("a") |
+                  registry->setMainByIndex(1) | registry->remove("a") |
+                  registry->setActive("a", true) | registry->clear() | registry->resetPoses(1) |
+                  registry->modify("a", mustNotRun) | registry->modifyAll(mustNotRun),
+              0u);
     EXPECT_FALSE(registry->mainInstrument() || registry->instrument("a"));
     EXPECT_EQ(stream.numInstruments(), 0u);
     const auto before = std::chrono::system_clock::now().time_since_epoch();

@@ -1,21 +1,6 @@
-#include "protocol/crc.h"
 #include "protocol/device.h"
-#include "tests/protocol/Wire.h"
 
 #include <gtest/gtest.h>
-
-TEST(Texts, CrcOfKnownCommandsAndOfEveryByteValue) {
-    EXPECT_EQ(protocol::crc16("INIT:"), 0xE3A5);
-    EXPECT_EQ(protocol::crc16("OKAY"), 0xA896);
-    EXPECT_EQ(protocol::crc16("RESET"), 0xBE6F);
-    EXPECT_EQ(protocol::crc16("VER:0"), 0x65EE);
-    EXPECT_EQ(protocol::crc16("GETINFO:Features.Firmware.Version"), 0x0492);
-    std::string bytes;
-    for (int i = 0; i < 1024; ++i) {
-        bytes += static_cast<char>(i * 37 + i / 256);
-        ASSERT_EQ(protocol::crc16(bytes), wire::crc(bytes)) << i;
-    }
-}
 
 TEST(Texts, HexBothWays) {
     char text[] = "......#";
