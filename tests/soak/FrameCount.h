@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <set>
 
 namespace Morvalin {
 
@@ -19,7 +20,8 @@ public:
             0; ///< by the device between the first and the last frame handed out
         std::uint64_t delivered = 0;
         std::uint64_t lostToFaults = 0;
-        std::uint64_t lost = 0;
+        std::uint64_t notAskedFor = 0; ///< by nobody while the device had them
+        std::uint64_t lost = 0;        ///< well answered and not handed out
         std::uint64_t doubled = 0;
         std::uint64_t wrong = 0; ///< off the path, or more than 200 frames old
     };
@@ -73,7 +75,7 @@ private:
         const bool isSpoiled = spoiledGaps > 0;
         if (hasFrame && number > last) {
             totals.measured += number - last;
-            (isSpoiled ? totals.lostToFaults : totals.lost) += number - last - 1;
+            countGap(number, isSpoiled);
         } else if (hasFrame && number == last) {
             ++totals.doubled;
         } else if (hasFrame && !isSpoiled) {
@@ -82,6 +84,21 @@ private:
         spoiledGaps -= isSpoiled ? 1 : 0;
         last = number;
         hasFrame = true;
+    }
+
+    void countGap(std::uint32_t number, bool isSpoiled) {
+        const std::uint64_t missing = number - last - 1;
+        if (isSpoiled || missing == 0) {
+            totals.lostToFaults += missing;
+            return;
+        }
+        std::set<std::uint32_t> answered;
+        for (const ndisim::Exchange& exchange : simulator.exchanges())
+            if (exchange.measurement && exchange.measurement->frame > last &&
+                exchange.measurement->frame < number)
+                answered.insert(exchange.measurement->frame);
+        totals.lost += answered.size();
+        totals.notAskedFor += missing - answered.size();
     }
 
     static constexpr std::uint32_t maxAge = 200;

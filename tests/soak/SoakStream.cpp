@@ -24,10 +24,16 @@ constexpr auto serialTimeout = 250ms; // instead of 5 s, of which a minute has n
 constexpr const char* measurementFaultRate = "~0.0006";
 constexpr const char* everywhereFaultRate = "~0.002";
 
-/// Frames that may be missing without a fault. A stream asks every 5 ms and a frame lasts 16 to 50
-/// ms, so it misses one only when its thread or the simulator's gets no processor for that long.
-std::uint64_t tolerated(std::uint64_t measured) {
-    return 2 + measured / 50;
+/// Answers that may be lost without a fault: a machine that stands still for 100 ms lets a network
+/// device's come too late.
+std::uint64_t mayBeLost(std::uint64_t measured) {
+    return 2 + measured / 500;
+}
+
+/// A stream asks every 5 ms and a frame lasts 16 to 50 ms, so one that nobody asked for had a
+/// machine without a processor to spare. More than this is no load any more.
+std::uint64_t mayGoUnasked(std::uint64_t measured) {
+    return 2 + measured / 2;
 }
 
 template <int N>
@@ -70,12 +76,14 @@ public:
     bool report() const override {
         const FrameCount::Totals& t = frames.totals;
         // A machine that stands still for 100 ms in a set-up makes a session silent.
-        const bool isGood = t.lost <= tolerated(t.measured) && t.doubled == 0 && t.wrong == 0 &&
-                            silentSessions <= 1 + sessions / 50 && t.delivered > 0;
+        const bool isGood = t.lost <= mayBeLost(t.measured) &&
+                            t.notAskedFor <= mayGoUnasked(t.measured) && t.doubled == 0 &&
+                            t.wrong == 0 && silentSessions <= 1 + sessions / 50 && t.delivered > 0;
         std::cout << (isGood ? "OK   " : "BAD  ") << settings.name << ": " << t.measured
                   << " frames measured, " << t.delivered << " delivered, " << t.lostToFaults
-                  << " lost to faults, " << t.lost << " lost else (at most "
-                  << tolerated(t.measured) << "), " << t.doubled << " doubled, " << t.wrong
+                  << " lost to faults, " << t.notAskedFor << " not asked for (at most "
+                  << mayGoUnasked(t.measured) << "), " << t.lost << " lost (at most "
+                  << mayBeLost(t.measured) << "), " << t.doubled << " doubled, " << t.wrong
                   << " wrong, " << simulator.faultCount() << " faults, " << sessions
                   << " sessions, " << failedOpens << " not opened, " << silentSessions
                   << " silent for no reason" << std::endl;
@@ -93,7 +101,7 @@ private:
         if (!isNetwork)
             options.address = ndisim::PtyAddress{settings.folder / settings.name};
         options.seed = settings.seed;
-        options.logLimit = 10;
+        options.logLimit = 100;
         return options;
     }
 
