@@ -61,15 +61,9 @@ void runCrc(benchmark::State& state) {
 } // namespace
 
 void registerComputation(const Effort& effort) {
-    const auto add = [&](const char* name, auto function) {
-        benchmark::RegisterBenchmark(name, function)
-            ->Iterations(effort.pairs)
-            ->UseManualTime()
-            ->Unit(benchmark::kMicrosecond);
-    };
-    add("decode/binary", [](benchmark::State& s) { runDecode(s, true); });
-    add("decode/text", [](benchmark::State& s) { runDecode(s, false); });
-    add("crc", runCrc);
+    addPaired(effort, "decode/binary", [](benchmark::State& s) { runDecode(s, true); });
+    addPaired(effort, "decode/text", [](benchmark::State& s) { runDecode(s, false); });
+    addPaired(effort, "crc", runCrc);
 }
 
 } // namespace bench

@@ -3,14 +3,13 @@
 #include "bench/Rig.h"
 #include "protocol/device.h"
 
+#include <functional>
 #include <string>
 
 // What the product adds to the bytes on the line: both sides ask peers of the same kind, with the
 // same request, for the same replies.
 namespace bench {
 namespace {
-
-constexpr int exchanges = 20; // a block is over before the scheduler's next tick, mostly
 
 /// The bytes of a scene, bare, on a line of its own.
 class Bare {
@@ -103,33 +102,26 @@ void runModes(benchmark::State& state) {
     expectFrames(state, text);
 }
 
-template <class Function>
-void add(const Effort& effort, const std::string& name, const Function& function) {
-    benchmark::RegisterBenchmark(name.c_str(), function)
-        ->Iterations(effort.pairs)
-        ->UseManualTime()
-        ->Unit(benchmark::kMicrosecond);
-}
-
 } // namespace
 
 void registerExchange(const Effort& effort) {
-    add(effort, "command/tcp", [](benchmark::State& s) { runCommand(s, Line::Tcp, true); });
-    add(effort, "command/pty", [](benchmark::State& s) { runCommand(s, Line::Pty, true); });
-    add(effort, "command/tcp/text", [](benchmark::State& s) { runCommand(s, Line::Tcp, false); });
-    add(effort, "work/tcp", [](benchmark::State& s) { runWork<NetworkRig>(s, {}, true); });
-    add(effort, "work/pty", [](benchmark::State& s) { runWork<SerialRig>(s, {}, true); });
-    add(effort, "work/tcp/text", [](benchmark::State& s) { runWork<NetworkRig>(s, {}, false); });
-    add(effort, "modes/tcp", runModes<NetworkRig>);
-    add(effort, "modes/pty", runModes<SerialRig>);
+    const auto add = std::bind_front(addPaired, std::cref(effort));
+    add("command/tcp", [](benchmark::State& s) { runCommand(s, Line::Tcp, true); });
+    add("command/pty", [](benchmark::State& s) { runCommand(s, Line::Pty, true); });
+    add("command/tcp/text", [](benchmark::State& s) { runCommand(s, Line::Tcp, false); });
+    add("work/tcp", [](benchmark::State& s) { runWork<NetworkRig>(s, {}, true); });
+    add("work/pty", [](benchmark::State& s) { runWork<SerialRig>(s, {}, true); });
+    add("work/tcp/text", [](benchmark::State& s) { runWork<NetworkRig>(s, {}, false); });
+    add("modes/tcp", runModes<NetworkRig>);
+    add("modes/pty", runModes<SerialRig>);
     // Up to the most that a reply of 2,047 bytes holds.
     for (const int tools : {1, 5, 10, 14, 19}) {
-        add(effort, "slope/tools/" + std::to_string(tools), [tools](benchmark::State& s) {
+        add("slope/tools/" + std::to_string(tools), [tools](benchmark::State& s) {
             runWork<NetworkRig>(s, {tools, 0}, true);
         });
     }
     for (const int strays : {1, 32, 64, 96, 127}) {
-        add(effort, "slope/strays/" + std::to_string(strays), [strays](benchmark::State& s) {
+        add("slope/strays/" + std::to_string(strays), [strays](benchmark::State& s) {
             runWork<NetworkRig>(s, {1, strays}, true);
         });
     }

@@ -11,7 +11,6 @@
 namespace bench {
 namespace {
 
-constexpr int exchanges = 20;
 constexpr int registers = 60;
 constexpr std::size_t requestLength = 12;
 constexpr std::size_t replyLength = 9 + 2 * registers;
@@ -69,10 +68,7 @@ void run(benchmark::State& state) {
 } // namespace
 
 void registerOtherLibrary(const Effort& effort) {
-    benchmark::RegisterBenchmark("command/tcp/libmodbus", run)
-        ->Iterations(effort.pairs)
-        ->UseManualTime()
-        ->Unit(benchmark::kMicrosecond);
+    addPaired(effort, "command/tcp/libmodbus", run);
 }
 
 } // namespace bench

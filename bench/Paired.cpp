@@ -99,4 +99,12 @@ void compare(benchmark::State& state, int operations, const std::function<void()
     report(state, "added_ns", std::move(added));
 }
 
+void addPaired(const Effort& effort, const std::string& name,
+               const std::function<void(benchmark::State&)>& function) {
+    benchmark::RegisterBenchmark(name.c_str(), function)
+        ->Iterations(effort.pairs)
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+}
+
 } // namespace bench

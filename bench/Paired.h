@@ -40,6 +40,13 @@ double quantile(std::vector<double>& values, double share);
 void compare(benchmark::State& state, int operations, const std::function<void()>& base,
              const std::function<void()>& ours);
 
+/// Registers a benchmark that calls compare().
+void addPaired(const Effort& effort, const std::string& name,
+               const std::function<void(benchmark::State&)>& function);
+
+/// The exchanges of a block: it is over before the scheduler's next tick, mostly.
+inline constexpr int exchanges = 20;
+
 /// The benchmarks of each subject.
 void registerExchange(const Effort& effort);
 void registerOtherLibrary(const Effort& effort);

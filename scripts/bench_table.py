@@ -21,6 +21,10 @@ def spread(run, name, digits=2):
         run[name], run[name + "_q1"], run[name + "_q3"], d=digits)
 
 
+def counted(count, what):
+    return f"{float(count):.0f} {what}" + ("" if float(count) == 1 else "s")
+
+
 def slope(points):
     """Least squares, of [(count, value)]."""
     mean_x = sum(x for x, _ in points) / len(points)
@@ -78,11 +82,11 @@ def other_rows(context, runs):
                    f"{run['bytes']:.0f} bytes, {context['mhz_per_cpu']} MHz")
         elif kind == "allocations":
             tools, strays = rest.split("/")
-            yield (f"allocations a frame, {tools} tools, {strays} strays",
+            yield (f"allocations a frame, {counted(tools, 'tool')}, {counted(strays, 'stray')}",
                    f"{run['allocations']:.0f}", "",
                    f"{run['copies']:.0f} the list of instruments, {run['besides']:.0f} besides")
         elif name.startswith("pacing/streams"):
-            yield (f"interval of polls, {run['streams']:.0f} streams (50, 99, 99.9 %)",
+            yield (f"interval of polls, {counted(run['streams'], 'stream')} (50, 99, 99.9 %)",
                    "{p50_ms:.2f}, {p99_ms:.2f}, {p999_ms:.2f} ms".format(**run), "5.00",
                    f"{run['core_percent']:.2f} % of a core each, {run['polls']:.0f} polls")
         elif name.startswith("pacing/frames"):
@@ -93,7 +97,7 @@ def other_rows(context, runs):
         elif kind == "bringup":
             line, tools = rest.split("/")
             title = {"tcp": "TCP", "pty": "line of 115,200 baud"}[line]
-            yield (f"open to first frame, {tools} tools, {title}", f"{run['total_ms']:.0f} ms", "",
+            yield (f"open to first frame, {counted(tools, 'tool')}, {title}", f"{run['total_ms']:.0f} ms", "",
                    f"{run['wire_ms']:.0f} on the line, {run['pauses_ms']:.0f} pauses of the device, "
                    f"{run['rest_ms']:.1f} the rest, {run['commands']:.0f} commands")
 
