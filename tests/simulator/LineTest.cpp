@@ -160,6 +160,7 @@ TEST_P(EitherLine, EndsAndComesBack) {
         EXPECT_EQ(host.ask("INIT:"), "OKAY");
         host.sendCommand("PHSR:00");
         EXPECT_EQ(host.readReply(), "");
+        EXPECT_EQ(simulator->hasClient(), simulator->port() == 0) << "a terminal is back at once";
     }
     {
         HostClient host = connect();
