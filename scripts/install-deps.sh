@@ -9,7 +9,7 @@ packages=(
   libboost-dev libboost-thread-dev libboost-system-dev
   libeigen3-dev libpugixml-dev nlohmann-json3-dev libcli11-dev
   googletest libgtest-dev libgmock-dev
-  clang-format
+  git clang-format
   python3
   xvfb fonts-dejavu-core pngquant
   "$@"
