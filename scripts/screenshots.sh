@@ -19,8 +19,11 @@ cleanup() {
 trap cleanup EXIT
 
 scripts/install-deps.sh
-cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset" -j "$(nproc)" --target window_pictures MorvalinNDI >/dev/null
+if ! { cmake --preset "$preset" && cmake --build --preset "$preset" -j "$(nproc)" \
+  --target window_pictures MorvalinNDI; } >"$work/build.log" 2>&1; then
+  cat "$work/build.log" >&2
+  exit 1
+fi
 
 Xvfb -displayfd 3 -screen 0 1600x900x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.log" &
 display=$!

@@ -60,5 +60,6 @@ class Window(HostTest):
                 self.interrupt(process, number)
                 self.assertEqual(self.finish(process)[0], 0)
                 self.assertEqual(self.trace()[-5:-3], ["seen stop", "seen close"])
-                self.assertIn('"seen"', open(self.path("out.xml"), encoding="utf-8").read())
+                with open(self.path("out.xml"), encoding="utf-8") as saved:
+                    self.assertIn('"seen"', saved.read())
                 os.remove(self.trace_file)

@@ -75,9 +75,15 @@ TEST_P(InSituation, TheProgramIsAskedToEnd) {
     EXPECT_EQ(message(), nullptr);
 }
 
+std::string nameOf(const testing::TestParamInfo<Situation>& tested) {
+    const char* const names[] = {"Closed", "Open", "Running", "Opening", "Closing", "Dead"};
+    return names[static_cast<std::size_t>(tested.param)];
+}
+
 INSTANTIATE_TEST_SUITE_P(Window, InSituation,
                          testing::Values(Situation::Closed, Situation::Open, Situation::Running,
-                                         Situation::Opening, Situation::Closing, Situation::Dead));
+                                         Situation::Opening, Situation::Closing, Situation::Dead),
+                         nameOf);
 
 using Closing = WindowRig;
 
@@ -100,8 +106,8 @@ TEST_F(Closing, AStreamThatIsToStartByItselfDoesNotStartAnyMore) {
     ASSERT_TRUE(waitUntil([&] { return item.stream().state() == Stream::Opening; }));
     window->closeWithoutAsking();
     EXPECT_TRUE(waitForEnd());
-    EXPECT_THAT(simulator.commands(), testing::Not(testing::Contains("TSTART:80")));
-    EXPECT_THAT(simulator.commands(), testing::Not(testing::Contains("TSTART:")));
+    EXPECT_THAT(simulator.commands(),
+                testing::Not(testing::Contains(testing::StartsWith("TSTART"))));
 }
 
 TEST_F(Closing, EndedWhileADialogOfThePanelIsOpen) {

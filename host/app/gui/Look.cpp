@@ -6,8 +6,9 @@
 #include <QApplication>
 #include <QFont>
 #include <QPalette>
-#include <QStyleFactory>
 #include <QWidget>
+
+#include "app/gui/DarkStyle.h"
 
 namespace Morvalin::App::Look {
 
@@ -20,15 +21,14 @@ void setDisabled(QPalette& palette, QPalette::ColorRole role, const QColor& colo
 }
 
 QPalette darkPalette() {
-    const QColor base(0x14, 0x18, 0x1E);
     QPalette palette;
     palette.setColor(QPalette::Window, background);
     palette.setColor(QPalette::WindowText, text);
-    palette.setColor(QPalette::Base, base);
-    palette.setColor(QPalette::AlternateBase, QColor(0x1C, 0x22, 0x2A));
+    palette.setColor(QPalette::Base, viewBackground);
+    palette.setColor(QPalette::AlternateBase, QColor(0x1A, 0x20, 0x28));
     palette.setColor(QPalette::Text, text);
     palette.setColor(QPalette::PlaceholderText, faintText);
-    palette.setColor(QPalette::Button, QColor(0x33, 0x3C, 0x48));
+    palette.setColor(QPalette::Button, QColor(0x41, 0x4C, 0x5A));
     palette.setColor(QPalette::ButtonText, text);
     palette.setColor(QPalette::BrightText, failure);
     palette.setColor(QPalette::ToolTipBase, raised);
@@ -36,7 +36,7 @@ QPalette darkPalette() {
     palette.setColor(QPalette::Highlight, QColor(0x2B, 0x6C, 0xA8));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Link, accent);
-    const QColor disabledText(0x7A, 0x86, 0x93);
+    const QColor disabledText(0x90, 0x9B, 0xA8);
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         setDisabled(palette, role, disabledText);
     setDisabled(palette, QPalette::Highlight, QColor(0x3A, 0x44, 0x50));
@@ -70,7 +70,7 @@ QColor faded(QColor colour, double opacity) {
 }
 
 void apply(QApplication& application) {
-    application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    application.setStyle(new DarkStyle);
     application.setPalette(darkPalette());
     QFont font = application.font();
     font.setPointSizeF(pointSize);

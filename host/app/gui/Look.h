@@ -13,8 +13,9 @@ namespace Morvalin::App {
 /// from the screen. Colours only repeat what a text beside them says.
 namespace Look {
 
-inline const QColor background(0x1B, 0x20, 0x27);
-inline const QColor raised(0x27, 0x2E, 0x38);
+inline const QColor background(0x26, 0x2C, 0x35);
+inline const QColor raised(0x32, 0x3A, 0x45);
+inline const QColor viewBackground(0x12, 0x17, 0x1D);
 inline const QColor text(0xEC, 0xF0, 0xF4);
 inline const QColor faintText(0x9A, 0xA7, 0xB5);
 inline const QColor accent(0x4C, 0xA3, 0xE0);

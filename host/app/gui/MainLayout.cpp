@@ -20,7 +20,7 @@ namespace Morvalin::App {
 namespace {
 
 constexpr QSize windowSize(1640, 980);
-constexpr int leftWidth = 860; ///< shows the instruments' positions
+constexpr int leftWidth = 960; ///< shows the instruments' positions
 constexpr int logHeight = 200;
 
 } // namespace
@@ -31,17 +31,15 @@ QWidget* MainWindow::makeLeftSide() {
     list->setItemDelegate(new StreamListDelegate(list));
     list->setUniformItemSizes(true);
     list->setAccessibleName(tr("Streams"));
-    list->setMinimumHeight(90);
     connect(list->selectionModel(), &QItemSelectionModel::currentChanged, this,
             &MainWindow::showCurrent);
     panels = new QStackedWidget;
     panels->addWidget(new QWidget);
-    leftSide = new QSplitter(Qt::Vertical);
-    leftSide->addWidget(list);
-    leftSide->addWidget(panels);
-    leftSide->setStretchFactor(1, 1);
-    leftSide->setSizes({110, 700});
-    leftSide->setChildrenCollapsible(false);
+    leftSide = new QWidget;
+    auto* const layout = new QVBoxLayout(leftSide);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(list);
+    layout->addWidget(panels, 1);
     return leftSide;
 }
 

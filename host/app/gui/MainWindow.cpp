@@ -1,5 +1,7 @@
 #include "app/gui/MainWindow.h"
 
+#include <algorithm>
+
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
@@ -22,6 +24,7 @@ namespace Morvalin::App {
 
 namespace {
 
+constexpr int mostRowsInSight = 4; ///< of the list
 constexpr int clockMs = 250;
 constexpr int ticksPerRate = 4;
 constexpr int dialogDelayMs = 20;
@@ -192,7 +195,14 @@ void MainWindow::refreshPages() {
     const bool isEmpty = workbench->streams().empty();
     views->setCurrentIndex(isEmpty ? 0 : 1);
     leftSide->setVisible(!isEmpty);
+    fitList();
     refreshStatus();
+}
+
+void MainWindow::fitList() {
+    const int rows = std::min(listModel->rowCount(), mostRowsInSight);
+    if (rows > 0)
+        list->setFixedHeight(rows * list->sizeHintForRow(0) + 2 * list->frameWidth());
 }
 
 void MainWindow::showClosingPage() {

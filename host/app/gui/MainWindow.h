@@ -74,6 +74,7 @@ private:
     void refreshStatus();
     void refreshTitle();
     void refreshPages();
+    void fitList();
     void showClosingPage();
     void takeRemark(const QString& text);
     void showAbout();
@@ -89,7 +90,7 @@ private:
     VolumeView* volumeView = nullptr;
     LogView* logView = nullptr;
     QStackedWidget* views = nullptr; ///< start page or volume
-    QSplitter* leftSide = nullptr;
+    QWidget* leftSide = nullptr;
     QSplitter* workPage = nullptr;
     ClosingPage* closingPage = nullptr;
     QStackedWidget* pages = nullptr;

@@ -16,6 +16,7 @@ namespace {
 using Eigen::Vector3d;
 
 constexpr double margin = 14.0;
+constexpr double widthOfDirections = 110.0;
 
 QString translate(const char* text) {
     return QCoreApplication::translate("VolumeView", text);
@@ -55,7 +56,7 @@ void VolumePainter::paintLegend() {
             QStringLiteral("   ") + instrumentStateLine(instrument);
         painter.setFont(font);
         const QRectF box(margin + 36, y, metrics.horizontalAdvance(text) + 4, lineHeight);
-        painter.fillRect(box.adjusted(-4, 0, 4, 0), Look::faded(Look::background, 0.55));
+        painter.fillRect(box.adjusted(-4, 0, 4, 0), Look::faded(Look::viewBackground, 0.75));
         painter.setPen(isSeen ? colour : Look::faintText);
         painter.drawText(box, Qt::AlignLeft | Qt::AlignVCenter, text);
         y += lineHeight * 1.15;
@@ -74,12 +75,13 @@ void VolumePainter::paintFooter() {
         texts << strayText(model.strays().size());
     painter.setFont(font);
     painter.setPen(Look::faintText);
+    texts << translate("Drag or arrow keys turn, wheel or + and − zoom, Home resets");
     QRectF line(margin, surroundings.area.bottom() - margin - lineHeight,
-                surroundings.area.width() - 2 * margin - 110, lineHeight);
-    painter.drawText(line, Qt::AlignLeft,
-                     translate("Drag or arrow keys turn, wheel or + and − zoom, Home resets"));
-    line.translate(0, -1.3 * lineHeight);
-    painter.drawText(line, Qt::AlignLeft, texts.join(QStringLiteral(" · ")));
+                surroundings.area.width() - 2 * margin - widthOfDirections, lineHeight);
+    for (auto text = texts.crbegin(); text != texts.crend(); ++text) {
+        painter.drawText(line, Qt::AlignLeft, *text);
+        line.translate(0, -1.3 * lineHeight);
+    }
 }
 
 /// Which way x, y and z go, in the corner.

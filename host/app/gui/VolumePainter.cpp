@@ -77,7 +77,7 @@ bool VolumePainter::drawLine(const Vector3d& from, const Vector3d& to) {
 }
 
 void VolumePainter::paintBackground() {
-    painter.fillRect(surroundings.area, QColor(0x12, 0x17, 0x1D));
+    painter.fillRect(surroundings.area, Look::viewBackground);
 }
 
 void VolumePainter::paintOutline() {
@@ -187,7 +187,7 @@ void VolumePainter::paintLabels() {
             if (box.intersects(other))
                 box.moveTop(other.bottom() + 2);
         taken.push_back(box);
-        painter.fillRect(box.adjusted(-4, -1, 4, 1), Look::faded(Look::background, 0.75));
+        painter.fillRect(box.adjusted(-4, -1, 4, 1), Look::faded(Look::viewBackground, 0.75));
         painter.setPen(label.colour);
         painter.drawText(box, Qt::AlignLeft, label.text);
     }

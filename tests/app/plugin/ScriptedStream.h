@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -39,7 +40,7 @@ private:
     std::string gate;         ///< opening waits until a file of that name exists
     std::int32_t padding = 0; ///< length of the instruments' model number
     std::int32_t maxRange = 0;
-    bool hasBeenOpen = false;
+    std::atomic<bool> hasBeenOpen = false; ///< read for configurations while it opens
     Morvalin::Properties targets{"TrackingTargets"};
 };
 
