@@ -17,6 +17,15 @@ namespace {
 
 Peer* current = nullptr;
 
+/// The fuzzer's own clock interrupts system calls, and they are not taken up again by themselves.
+template <typename Call>
+auto uninterrupted(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
 struct Listener {
     Listener() : descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         sockaddr_in address{};
@@ -57,7 +66,9 @@ Peer::~Peer() {
 void Peer::openTcp() {
     static const Listener listener;
     m_record = deviceOpenNetwork("127.0.0.1", listener.port);
-    m_descriptor = accept4(listener.descriptor, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    m_descriptor = uninterrupted([] {
+        return accept4(listener.descriptor, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    });
     const linger dropAll{1, 0};
     setsockopt(m_descriptor, SOL_SOCKET, SO_LINGER, &dropAll, sizeof(dropAll));
 }
@@ -78,10 +89,11 @@ void Peer::hangUp() {
 }
 
 void Peer::send(std::string_view bytes) {
-    if (m_descriptor >= 0 && !bytes.empty())
-        expect(write(m_descriptor, bytes.data(), bytes.size()) ==
-                   static_cast<ssize_t>(bytes.size()),
-               "the answer fits into the line");
+    if (m_descriptor < 0 || bytes.empty())
+        return;
+    const ssize_t sent =
+        uninterrupted([&] { return write(m_descriptor, bytes.data(), bytes.size()); });
+    expect(sent == static_cast<ssize_t>(bytes.size()), "the answer fits into the line");
 }
 
 /// A terminal that nobody empties would block the library.
