@@ -25,8 +25,12 @@ struct Received {
 };
 
 // Sends a command and receives its reply into a buffer of kBufferSize, which it terminates. Sets
-// nothing in the record: the reader thread uses it too.
-Received exchange(const DeviceRecord& record, std::string_view command, bool binary, char* buffer);
+// nothing in the record that the application reads: the reader thread uses it too.
+//
+// The answer to an earlier command is never taken for this one's: over TCP, where nothing can be
+// purged, a command that follows one without an answer waits for it first, up to six time-outs and
+// at most 600 ms.
+Received exchange(DeviceRecord& record, std::string_view command, bool binary, char* buffer);
 
 // Only receives.
 Received receiveReply(const DeviceRecord& record, bool binary, char* buffer);

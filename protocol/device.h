@@ -91,6 +91,8 @@ struct DeviceRecord {
 
     std::uint8_t tracking;   // TSTART was sent, and neither TSTOP nor INIT since
     std::uint8_t threadMode; // the reader thread is on; shared with it, read through an atomic_ref
+    std::uint8_t lateAnswer; // TCP: what is known of an answer that missed its time-out ...
+    std::int32_t lateTimeoutMs; // ... and that time-out
 
     // The reader thread and what it shares with the application side. Null while it is off.
     void* thread;
@@ -224,7 +226,9 @@ void deviceCloseNetwork(DeviceRecord* record);
 //           signal: nothing is written then) or something else answers
 int deviceProbePort(const char* name);
 
-// Sets how long a reply over TCP is waited for. Less than 1 ms changes nothing.
+// Sets how long a reply over TCP is waited for. Less than 1 ms changes nothing. A reply that comes
+// later is not taken for the next command's: that one first waits for it, up to six time-outs and
+// at most 600 ms.
 void deviceSetNetworkTimeout(DeviceRecord* record, int ms);
 
 // ---- Command channel ---------------------------------------------------------------------------

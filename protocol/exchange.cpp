@@ -1,7 +1,10 @@
 #include "protocol/channel.h"
 #include "protocol/errors.h"
 #include "protocol/net.h"
+#include "protocol/platform/platform.h"
 #include "protocol/transport.h"
+
+#include <algorithm>
 
 namespace protocol {
 namespace {
@@ -28,11 +31,41 @@ int read(const DeviceRecord& record, bool binary, char* buffer, std::int32_t& de
                             : netRead(record.socket, buffer, kMaxReply, binary, nullptr);
 }
 
-void dropOldReplies(const DeviceRecord& record) {
+// Over TCP no answer gets lost, it only gets late: a packet that did is sent again after 200 ms,
+// and if need be after 400 ms more. An answer that is taken for the next command's puts all later
+// ones one command out of step, poses among them.
+enum LateAnswer : std::uint8_t {
+    kNone,
+    kExpected, // the last command got none
+    kPossible, // it did not come when it was waited for, but the next command's seems to have
+};
+constexpr int kMostLateMs = 600;
+
+void dropLateAnswer(DeviceRecord& record) {
+    if (record.lateAnswer == kNone) {
+        discardWaiting(record.socket);
+        return;
+    }
+    const bool isExpected = record.lateAnswer == kExpected;
+    const int ms = std::min(record.lateTimeoutMs, kMostLateMs);
+    const bool came = discardLate(record.socket, isExpected ? std::min(6 * ms, kMostLateMs) : ms);
+    record.lateAnswer = isExpected && !came ? kExpected : kNone;
+}
+
+void noteAnswer(DeviceRecord& record, std::int32_t error) {
+    if (error == kTimeout) {
+        record.lateAnswer = kExpected;
+        record.lateTimeoutMs = platform::getReceiveTimeout(record.socket);
+    } else if (record.lateAnswer == kExpected) {
+        record.lateAnswer = kPossible;
+    }
+}
+
+void dropOldReplies(DeviceRecord& record) {
     if (isSerial(record)) {
         serialPurge(record.serialPort, 1);
     } else {
-        discardWaiting(record.socket);
+        dropLateAnswer(record);
     }
 }
 
@@ -49,14 +82,18 @@ Received receiveReply(const DeviceRecord& record, bool binary, char* buffer) {
     return {length, deviceError};
 }
 
-Received exchange(const DeviceRecord& record, std::string_view command, bool binary, char* buffer) {
+Received exchange(DeviceRecord& record, std::string_view command, bool binary, char* buffer) {
     dropOldReplies(record);
     trace(record, true, command.data(), static_cast<int>(command.size()));
     if (const std::int32_t error = send(record, command)) {
         buffer[0] = '\0';
         return {0, error};
     }
-    return receiveReply(record, binary, buffer);
+    const Received received = receiveReply(record, binary, buffer);
+    if (!isSerial(record)) {
+        noteAnswer(record, received.error);
+    }
+    return received;
 }
 
 void pauseTransport(const DeviceRecord& record, int ms) {

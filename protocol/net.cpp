@@ -18,6 +18,9 @@ constexpr int kMaxBufferWaits = 5000;
 constexpr int kMaxDiscards = 256;
 constexpr int kDiscardSize = 4096;
 
+// So long without a byte, and the answer is over.
+constexpr int kQuietMs = 30;
+
 class SocketSource final : public ByteSource {
 public:
     SocketSource(std::int64_t socket, std::int32_t* error) : m_socket(socket), m_error(error) {}
@@ -98,8 +101,21 @@ int netPurge(std::int64_t) {
 void protocol::discardWaiting(std::int64_t socket) {
     char dropped[kDiscardSize];
     for (int i = 0; i < kMaxDiscards; ++i) {
-        if (platform::receiveWaiting(socket, dropped, kDiscardSize) < kDiscardSize) {
+        if (platform::receiveWithin(socket, dropped, kDiscardSize, 0) < kDiscardSize) {
             return;
         }
     }
+}
+
+bool protocol::discardLate(std::int64_t socket, int ms) {
+    char dropped[kDiscardSize];
+    if (platform::receiveWithin(socket, dropped, kDiscardSize, ms) == 0) {
+        return false;
+    }
+    int discards = 1;
+    while (discards < kMaxDiscards &&
+           platform::receiveWithin(socket, dropped, kDiscardSize, kQuietMs) > 0) {
+        ++discards;
+    }
+    return true;
 }

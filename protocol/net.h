@@ -4,8 +4,11 @@
 
 namespace protocol {
 
-// Drops what waits in a socket. Done before every command: an answer that came after its time-out
-// would otherwise be taken for the next one, and every later one would be late too.
+// Drops what waits in a socket.
 void discardWaiting(std::int64_t socket);
+
+// Waits for an answer that is late and drops it.
+//   result  false when nothing came within so many milliseconds
+bool discardLate(std::int64_t socket, int ms);
 
 } // namespace protocol

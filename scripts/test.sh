@@ -18,7 +18,7 @@ for preset in "${presets[@]}"; do
   echo "== $preset: test"
   ctest --preset "$preset" -j "$((jobs * 2))" -LE waiting
   # These wait for time-outs and hardly compute.
-  ctest --preset "$preset" -j "$((jobs * 8))" -L waiting
+  ctest --preset "$preset" -j "$((jobs * 12))" -L waiting
 done
 
 case " ${presets[*]} " in

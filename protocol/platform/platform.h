@@ -108,11 +108,13 @@ bool connectSocket(std::int64_t socket, const std::uint8_t (&address)[4], std::u
 
 // How long receiveFrom waits; without it, for ever. At least 1 ms.
 void setReceiveTimeout(std::int64_t socket, int ms);
+int getReceiveTimeout(std::int64_t socket); // 0: for ever
 
 Transfer receiveFrom(std::int64_t socket, char* buffer, int max);
 
-// What is there already; 0 when nothing is.
-int receiveWaiting(std::int64_t socket, char* buffer, int max);
+// What is there already or comes within so many milliseconds; 0 when nothing does, or the peer
+// ended.
+int receiveWithin(std::int64_t socket, char* buffer, int max, int ms);
 
 // Waits up to 5 s for room; a count of 0 tells that there was none.
 Transfer sendTo(std::int64_t socket, const char* bytes, int n);

@@ -107,6 +107,9 @@ bool connectSocket(std::int64_t, const std::uint8_t (&)[4], std::uint16_t) {
     return fake.note("connect");
 }
 void setReceiveTimeout(std::int64_t, int) {}
+int getReceiveTimeout(std::int64_t) {
+    return 0;
+}
 
 Transfer readPort(std::intptr_t, char* buffer, int max) {
     return nextRead(buffer, max);
@@ -120,7 +123,7 @@ Transfer receiveFrom(std::int64_t, char* buffer, int max) {
 Transfer sendTo(std::int64_t, const char* bytes, int n) {
     return nextWrite(bytes, n);
 }
-int receiveWaiting(std::int64_t, char*, int max) {
+int receiveWithin(std::int64_t, char*, int max, int) {
     return fake.note("discard") ? 0 : max;
 }
 

@@ -3,8 +3,6 @@
 
 #include <morvalinstream/TrackingInstrumentFiducialsData.h>
 
-#include <thread>
-
 namespace Morvalin {
 namespace {
 
@@ -231,7 +229,8 @@ TEST(Streaming, FramesResumeAfterErrors) {
         {"error=0D@*#1", "[4] NDI Tracking System Error: 13 "},
         {"crc@*#1", "[4] NDI Tracking System Error: 256 "},
         {"no-answer@*#1", "[4] NDI Tracking System Error: 1024 "},
-        {"late=150@*#1", "[4] NDI Tracking System Error: 1024 "},
+        {"late=105@*#1", "[4] NDI Tracking System Error: 1024 "},
+        {"late=400@*#1", "[4] NDI Tracking System Error: 1024 "},
         {"cut=20@*#1", "[4] NDI Tracking System Error: 1024 "},
     };
     for (const bool isBinary : {true, false}) {
@@ -240,13 +239,15 @@ TEST(Streaming, FramesResumeAfterErrors) {
             SCOPED_TRACE(row.fault);
             EXPECT_TRUE(running.nextFrame());
             running.rig->simulator.addFault(row.fault);
+            running.rig->simulator.addFault("late=8"); // behind a late one comes the next
             EXPECT_FALSE(running.nextFrame());
+            for (int i = 0; i < 3; ++i) {
+                const Frame frame = running.nextFrame();
+                const std::string sent = running.sent();
+                expectPoses(frame, isBinary ? posesOfBinary(sent, true) : posesOfText(sent));
+            }
             EXPECT_THAT(running.rig->log.take(), ElementsAre(StartsWith(row.log)));
             running.rig->simulator.clearFaults();
-            std::this_thread::sleep_for(200ms); // until a late answer is there
-            const Frame frame = running.nextFrame();
-            const std::string sent = running.sent();
-            expectPoses(frame, isBinary ? posesOfBinary(sent, true) : posesOfText(sent));
         }
     }
 }

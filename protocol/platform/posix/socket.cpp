@@ -37,13 +37,6 @@ bool waitConnected(int descriptor) {
     return getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
-milliseconds receiveTimeout(int descriptor) {
-    timeval limit = {};
-    socklen_t size = sizeof(limit);
-    getsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, &size);
-    return milliseconds(limit.tv_sec * 1000 + limit.tv_usec / 1000);
-}
-
 Transfer receiveFault(int error) {
     switch (error) {
     case EAGAIN:
@@ -129,6 +122,13 @@ void setReceiveTimeout(std::int64_t socket, int ms) {
     setsockopt(static_cast<int>(socket), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
 }
 
+int getReceiveTimeout(std::int64_t socket) {
+    timeval limit = {};
+    socklen_t size = sizeof(limit);
+    getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_RCVTIMEO, &limit, &size);
+    return static_cast<int>(limit.tv_sec * 1000 + limit.tv_usec / 1000);
+}
+
 Transfer receiveFrom(std::int64_t socket, char* buffer, int max) {
     const int descriptor = static_cast<int>(socket);
     const auto begin = std::chrono::steady_clock::now();
@@ -140,16 +140,19 @@ Transfer receiveFrom(std::int64_t socket, char* buffer, int max) {
         if (errno != EINTR) {
             return receiveFault(errno);
         }
-        const milliseconds limit = receiveTimeout(descriptor);
+        const milliseconds limit(getReceiveTimeout(socket));
         if (limit.count() > 0) {
             return receiveUntil(descriptor, buffer, max, Deadline(begin + limit));
         }
     }
 }
 
-int receiveWaiting(std::int64_t socket, char* buffer, int max) {
-    const ssize_t got =
-        recv(static_cast<int>(socket), buffer, static_cast<std::size_t>(max), MSG_DONTWAIT);
+int receiveWithin(std::int64_t socket, char* buffer, int max, int ms) {
+    const int descriptor = static_cast<int>(socket);
+    if (ms > 0 && !waitUntilReady(descriptor, POLLIN, Deadline(milliseconds(ms)))) {
+        return 0;
+    }
+    const ssize_t got = recv(descriptor, buffer, static_cast<std::size_t>(max), MSG_DONTWAIT);
     return got > 0 ? static_cast<int>(got) : 0;
 }
 

@@ -42,13 +42,24 @@ const hostent* findHost(const char* host) {
     return gethostbyaddr(bytes, sizeof(bytes), AF_INET);
 }
 
+fd_set setOf(SOCKET socket) {
+    fd_set set;
+    set.fd_count = 1;
+    set.fd_array[0] = socket;
+    return set;
+}
+
 // 1 when the socket takes bytes, 0 when the time passed, negative on failure.
 int waitForRoom(SOCKET socket) {
-    fd_set writable;
-    writable.fd_count = 1;
-    writable.fd_array[0] = socket;
+    fd_set writable = setOf(socket);
     timeval limit = {kSendLimitSeconds, 0};
     return select(0, nullptr, &writable, nullptr, &limit);
+}
+
+void waitForBytes(SOCKET socket, int ms) {
+    fd_set readable = setOf(socket);
+    timeval limit = {ms / 1000, ms % 1000 * 1000};
+    select(0, &readable, nullptr, nullptr, &limit);
 }
 
 } // namespace
@@ -99,12 +110,22 @@ void setReceiveTimeout(std::int64_t socket, int ms) {
                sizeof(limit));
 }
 
+int getReceiveTimeout(std::int64_t socket) {
+    DWORD limit = 0;
+    int size = sizeof(limit);
+    getsockopt(socketOf(socket), SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<char*>(&limit), &size);
+    return static_cast<int>(limit);
+}
+
 Transfer receiveFrom(std::int64_t socket, char* buffer, int max) {
     const int got = recv(socketOf(socket), buffer, max, 0);
     return got >= 0 ? Transfer{got} : receiveFault(WSAGetLastError());
 }
 
-int receiveWaiting(std::int64_t socket, char* buffer, int max) {
+int receiveWithin(std::int64_t socket, char* buffer, int max, int ms) {
+    if (ms > 0) {
+        waitForBytes(socketOf(socket), ms);
+    }
     u_long waiting = 0;
     if (ioctlsocket(socketOf(socket), FIONREAD, &waiting) != 0 || waiting == 0) {
         return 0;
