@@ -2,46 +2,14 @@
 
 #include <algorithm>
 #include <exception>
-#include <iterator>
-#include <string_view>
 #include <utility>
 
 #include <morvalinlib/Workspace.h>
 
 #include "app/Refusal.h"
+#include "app/SavedSettings.h"
 
 namespace Morvalin::App {
-
-namespace {
-
-/// Settings of the algorithm itself, which its stream does not write.
-constexpr std::string_view algorithmKeys[] = {"open", "autoOpen", "connect", "start", "autoStart"};
-
-bool isAlgorithmKey(const std::string& key) {
-    return std::find(std::begin(algorithmKeys), std::end(algorithmKeys), key) !=
-           std::end(algorithmKeys);
-}
-
-void copy(const Properties::Parameter& parameter, Properties& target) {
-    if (parameter.kind == Properties::ValueKind::Boolean)
-        target.setParam(parameter.key, parameter.value == "true");
-    else
-        target.setParam(parameter.key, parameter.value);
-}
-
-/// Replaces the settings of a block by the stream's current ones.
-void update(Properties& block, const StreamSession& session) {
-    Properties current;
-    session.save(current);
-    for (const Properties::Parameter& parameter : block.params())
-        if (isAlgorithmKey(parameter.key) && !current.hasParam(parameter.key))
-            copy(parameter, current);
-    for (const auto& [name, value] : block.attributes())
-        current.setAttribute(name, value);
-    block.copyFrom(current);
-}
-
-} // namespace
 
 WorkspaceSessions::WorkspaceSessions(Properties rootBlock) :
     root(std::move(rootBlock)), algorithms(root.subProperties(Workspace::algorithmsName)) {}
@@ -87,8 +55,11 @@ std::string WorkspaceSessions::uniqueLabel(const std::string& name) const {
 bool WorkspaceSessions::save(const std::string& path) {
     std::string error;
     try {
-        for (std::size_t i = 0; i < created.size(); ++i)
-            update(*blocks[i], *created[i]);
+        for (std::size_t i = 0; i < created.size(); ++i) {
+            Properties current;
+            created[i]->save(current);
+            updateBlock(*blocks[i], current);
+        }
         if (Workspace::save(path, root, error))
             return true;
     } catch (const std::exception& exception) {

@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import sys
@@ -212,6 +213,23 @@ class Workspaces(DeviceTest):
         self.assertEqual(frames[0]["main"], "610060")
         frames, _ = self.device_frames("run", saved, "--frames", "1")
         self.assertEqual(frames[0]["main"], "610060")
+
+    def test_saving_beside_a_tracker_that_is_off_loses_nothing(self):
+        reach = self.simulate("vicra")
+        saved = self.path("saved.xml")
+        arguments = ["stream", ALGORITHMS["vicra"], *reach, *self.tools("vicra"), "--frames", "1"]
+        self.device_frames(*arguments, "--set", "maxRange=1", "--save", saved)
+        with open(saved, encoding="utf-8") as file:
+            before = file.read()
+        device = re.search('name="hardwareDevice" value="([^"]+)"', before)[1]
+        off = ["--serial-port", device + "=/dev/null"]
+        self.assertEqual(self.finish(self.host("run", saved, *off, "--save", saved))[0], 1)
+        with open(saved, encoding="utf-8") as file:
+            after = file.read()
+        for key in ("maxRange", "selectedInstrument"):
+            with self.subTest(key=key):
+                value = re.search(f'name="{key}" value="[^"]+"', before)[0]
+                self.assertIn(value, after)
 
     def test_workspaces_of_older_versions_open_and_stream(self):
         self.tools("vega")

@@ -8,7 +8,7 @@
 #include <morvalingui/PropertiesWidget.h>
 #include <morvalinlib/Workspace.h>
 
-#include "app/gui/SavedSettings.h"
+#include "app/SavedSettings.h"
 #include "tests/window/WindowRig.h"
 
 namespace Morvalin::App {

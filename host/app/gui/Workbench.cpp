@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "app/gui/Inquiry.h"
-#include "app/gui/SavedSettings.h"
+#include "app/SavedSettings.h"
 
 namespace Morvalin::App {
 

@@ -5,7 +5,7 @@
 
 #include <morvalinlib/Workspace.h>
 
-#include "app/gui/SavedSettings.h"
+#include "app/SavedSettings.h"
 
 namespace Morvalin::App {
 

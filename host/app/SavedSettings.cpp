@@ -1,4 +1,4 @@
-#include "app/gui/SavedSettings.h"
+#include "app/SavedSettings.h"
 
 #include <algorithm>
 #include <initializer_list>
