@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "app/gui/Inquiry.h"
 #include "app/SavedSettings.h"
+#include "app/gui/Inquiry.h"
 
 namespace Morvalin::App {
 
