@@ -84,12 +84,15 @@ class CommandLine(HostTest):
             ([*stream, "--tool", self.path("none.rom")], ["none.rom", "No such file"]),
             ([*stream, "--tool", self.folder + "@3"], [self.folder, "folder"]),
             ([*stream, "--save", self.path("no/such/w.xml")], ["w.xml", "folder does not exist"]),
+            ([*stream, "--save", os.path.join(text, "w.xml")], ["w.xml", "folder does not exist"]),
+            ([*stream, "--save", "/proc/w.xml"], ["/proc/w.xml"]),
             ([*stream, "--save", self.folder], ["is a folder"]),
             ([*stream, "--save", "/dev/null"], ["/dev/null", "not a plain file"]),
             ([*stream, "--plugin", self.path("none.so")], ["none.so", "no such file"]),
             (["list", "--plugin", text], ["text.so", "not a loadable library"]),
             (["list", "--plugin", PLUGIN], ["Tests.Scripted", "already loaded"]),
             (["run", self.path("none.xml")], ["none.xml", "no such file"]),
+            (["run", self.folder], [self.folder, "is a folder"]),
             (["run", text], ["text.so", "not a workspace"]),
         ]
         for arguments, words in cases:

@@ -1,7 +1,7 @@
 #include "gui/NDITrackingController.h"
 #include "tests/gui/GatedStream.h"
 #include "tests/gui/GuiRig.h"
-#include "tests/streams/LogCapture.h"
+#include "tests/host/LogCapture.h"
 
 #include <QLineEdit>
 

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CapturedLog.h"
+#include "LogCapture.h"
 
 using namespace Morvalin;
 using testing::ElementsAre;
@@ -23,15 +23,15 @@ std::vector<std::string> split(const std::string& text) {
 } // namespace
 
 TEST(Log, LevelDecidesWhatPasses) {
-    CapturedLog log;
-    Log::log(Log::Detail, "a", "below the first level");
-    Log::log(Log::Information, "a", "information");
-    Log::setLevel(Log::Error);
-    EXPECT_FALSE(Log::isAccepted(Log::Warning));
-    Log::log(Log::Warning, "b", "below");
-    Log::log(Log::Error, "b", "error");
-    Log::setLevel(Log::Information);
-    EXPECT_THAT(log.lines(), ElementsAre("2 a: information", "4 b: error"));
+    EXPECT_EQ(Log::level(), Log::Information);
+    LogCapture log;
+    for (const int level : {Log::Information, Log::Error}) {
+        Log::setLevel(level);
+        EXPECT_FALSE(Log::isAccepted(level - 1));
+        Log::log(level - 1, "a", "below");
+        Log::log(level, "a", "accepted");
+    }
+    EXPECT_THAT(log.take(), ElementsAre("[2] a: accepted", "[4] a: accepted"));
 }
 
 TEST(Log, TextsFromDevicesCannotForgeLinesOrSteerTheTerminal) {
@@ -70,11 +70,15 @@ TEST(Log, SinkThatThrowsOrLogsIsHarmless) {
 
 TEST(Log, ReplacedSinkIsNotUsedAnyMore) {
     // Each sink's memory ends as soon as it is replaced; the sanitizers see a late call.
-    const auto makeSink = [](int* counter) {
-        return [counter](int, const std::string&, const std::string&) { ++*counter; };
-    };
     auto memory = std::make_unique<int>(0);
-    const Log::Sink original = Log::setSink(makeSink(memory.get()));
+    const auto replaceSink = [&memory] {
+        auto next = std::make_unique<int>(0);
+        const Log::Sink before = Log::setSink(
+            [counter = next.get()](int, const std::string&, const std::string&) { ++*counter; });
+        memory = std::move(next);
+        return before;
+    };
+    const Log::Sink original = replaceSink();
     std::atomic<bool> isDone{false};
     std::vector<std::jthread> threads(3);
     for (std::jthread& thread : threads)
@@ -82,11 +86,8 @@ TEST(Log, ReplacedSinkIsNotUsedAnyMore) {
             while (!isDone)
                 Log::log(Log::Error, "a", "text");
         });
-    for (int i = 0; i < 500; ++i) {
-        auto next = std::make_unique<int>(0);
-        Log::setSink(makeSink(next.get()));
-        memory = std::move(next);
-    }
+    for (int i = 0; i < 500; ++i)
+        replaceSink();
     isDone = true;
     threads.clear();
     Log::setSink(original);

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CapturedLog.h"
+#include "LogCapture.h"
 #include "ScriptedStream.h"
 
 using namespace Morvalin;
@@ -76,7 +76,7 @@ std::size_t runCases(const std::function<bool()>& failure) {
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.name) + " from " + std::to_string(c.from) +
                      " failing: " + c.failingHook);
-        CapturedLog log;
+        LogCapture log;
         ScriptedStream stream;
         bring(stream, c.from);
         stream.events.clear();
@@ -85,8 +85,8 @@ std::size_t runCases(const std::function<bool()>& failure) {
         EXPECT_EQ(stream.events.text(), c.expectedEvents);
         EXPECT_EQ(stream.state(), c.to);
         EXPECT_EQ(stream.isRunning(), c.to == Stream::Running);
-        for (const std::string& line : log.lines()) {
-            EXPECT_THAT(line, HasSubstr(std::string("4 Stream: scripted: ") + c.failingHook));
+        for (const std::string& line : log.take()) {
+            EXPECT_THAT(line, HasSubstr(std::string("[4] Stream: scripted: ") + c.failingHook));
             ++lineCount;
         }
         stream.hooks.clear();
@@ -118,13 +118,13 @@ TEST(StreamStates, PausingIsRefusedWhereItIsNotSupported) {
 }
 
 TEST(StreamStates, ReceiverThatThrowsDisturbsNeitherTheStreamNorOtherReceivers) {
-    CapturedLog log;
+    LogCapture log;
     ScriptedStream stream;
     int received = 0;
     stream.stateChanged.connect([](const Stream::StateChange&) { throw std::runtime_error("x"); });
     stream.stateChanged.connect([&](const Stream::StateChange&) { ++received; });
     EXPECT_TRUE(stream.open());
     EXPECT_EQ(received, 2);
-    EXPECT_THAT(log.lines(), ElementsAre("4 Signal: A receiver has failed: x",
-                                         "4 Signal: A receiver has failed: x"));
+    EXPECT_THAT(log.take(), ElementsAre("[4] Signal: A receiver has failed: x",
+                                        "[4] Signal: A receiver has failed: x"));
 }

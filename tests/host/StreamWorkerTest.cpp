@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CapturedLog.h"
+#include "LogCapture.h"
 #include "ScriptedStream.h"
 
 using namespace Morvalin;
@@ -50,17 +50,17 @@ TEST(StreamWorker, RestsWhilePausedUnlessTheStreamWantsToGoOn) {
 
 TEST(StreamWorker, EndsWithOneLogLineAndBeginsAnewAtTheNextStart) {
     const std::pair<std::function<ScriptedStream::Work()>, const char*> cases[] = {
-        {[] { return std::nullopt; }, "3 Stream: scripted: doWork asked not to be called again"},
+        {[] { return std::nullopt; }, "[3] Stream: scripted: doWork asked not to be called again"},
         {[] {
              return Stream::WorkContinuation{{}, 0};
          },
-         "3 Stream: scripted: doWork asked not to be called again"},
+         "[3] Stream: scripted: doWork asked not to be called again"},
         {[]() -> ScriptedStream::Work { throw std::runtime_error("line cut"); }, "line cut"},
-        {[]() -> ScriptedStream::Work { throw 5; }, "4 Stream: scripted: doWork failed"},
+        {[]() -> ScriptedStream::Work { throw 5; }, "[4] Stream: scripted: doWork failed"},
     };
     for (const auto& [work, expected] : cases) {
         SCOPED_TRACE(expected);
-        CapturedLog log;
+        LogCapture log;
         ScriptedStream stream;
         stream.work = work;
         ASSERT_TRUE(stream.open() && stream.start());
@@ -68,7 +68,7 @@ TEST(StreamWorker, EndsWithOneLogLineAndBeginsAnewAtTheNextStart) {
         EXPECT_EQ(stream.state(), Stream::Running);
         EXPECT_TRUE(stream.stop());
         EXPECT_EQ(stream.workCount, 1);
-        EXPECT_THAT(log.lines(), ElementsAre(HasSubstr(expected)));
+        EXPECT_THAT(log.take(), ElementsAre(HasSubstr(expected)));
         stream.work = ScriptedStream::later;
         EXPECT_TRUE(stream.start());
         stream.awaitWork(2);
@@ -76,7 +76,7 @@ TEST(StreamWorker, EndsWithOneLogLineAndBeginsAnewAtTheNextStart) {
 }
 
 TEST(StreamWorker, ReceiverOfOutputThatThrowsDoesNotEndTheWork) {
-    CapturedLog log;
+    LogCapture log;
     ScriptedStream stream;
     stream.output.connect([](const std::shared_ptr<Data>&) { throw std::runtime_error("full"); });
     stream.work = [&] {
@@ -86,5 +86,5 @@ TEST(StreamWorker, ReceiverOfOutputThatThrowsDoesNotEndTheWork) {
     ASSERT_TRUE(stream.open() && stream.start());
     stream.awaitWork(3);
     ASSERT_TRUE(stream.stop());
-    EXPECT_GE(log.lines().size(), 2u);
+    EXPECT_GE(log.take().size(), 2u);
 }

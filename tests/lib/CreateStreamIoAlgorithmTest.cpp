@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/host/CapturedLog.h"
+#include "tests/host/LogCapture.h"
 
 namespace Morvalin {
 namespace {
@@ -16,47 +16,40 @@ using testing::IsEmpty;
 /// What happened to all streams of a test.
 std::vector<std::string> events;
 
-/// Set before the algorithm makes its stream.
-struct Script {
-    bool throwsWhenMade = false;
-    bool throwsWhenConfigured = false;
-    bool opens = true;
-    bool starts = true;
-} script;
+/// The step of the streams of a test that fails; those before "open" throw.
+std::string failing;
+
+bool record(const std::string& event) {
+    events.push_back(event);
+    return event != failing;
+}
 
 class ScriptedStream : public Stream {
 public:
     ScriptedStream() : Stream("Scripted") {
-        if (script.throwsWhenMade)
+        if (failing == "make")
             throw std::runtime_error("no stream today");
     }
     ~ScriptedStream() override {
         close();
-        events.emplace_back("destroyed");
+        record("destroyed");
     }
     std::string uuid() const override { return "ScriptedStream"; }
     void configure(const Properties* properties) override {
         std::string text = "none";
         properties->param("text", text);
-        events.push_back("configure " + text);
-        if (script.throwsWhenConfigured)
+        if (!record("configure " + text))
             throw std::runtime_error("odd settings");
     }
     void configuration(Properties* properties) override { properties->setParam("from", "stream"); }
 
 protected:
-    bool openImpl() override { return record("open", script.opens); }
-    bool closeImpl() override { return record("close", true); }
-    bool startImpl() override { return record("start", script.starts); }
-    bool stopImpl() override { return record("stop", true); }
+    bool openImpl() override { return record("open"); }
+    bool closeImpl() override { return record("close"); }
+    bool startImpl() override { return record("start"); }
+    bool stopImpl() override { return record("stop"); }
     std::optional<WorkContinuation> doWork() override {
         return WorkContinuation{std::chrono::system_clock::now() + std::chrono::hours(1), 1};
-    }
-
-private:
-    static bool record(const char* event, bool result) {
-        events.emplace_back(event);
-        return result;
     }
 };
 
@@ -77,52 +70,46 @@ struct Configured : Scripted {
 struct CreateStream : testing::Test {
     CreateStream() {
         events.clear();
-        script = {};
+        failing.clear();
     }
-    CapturedLog log;
+    LogCapture log;
 };
 
 TEST_F(CreateStream, OpensAndStartsWhatTheFirstPresentFlagAsksFor) {
-    const std::pair<Flags, int> cases[] = {
-        {{}, 0},
-        {{{"open", true}}, 1},
-        {{{"autoOpen", true}}, 1},
-        {{{"connect", true}}, 1},
-        {{{"open", false}, {"autoOpen", true}}, 0},
-        {{{"autoOpen", false}, {"connect", true}}, 0},
-        {{{"connect", true}, {"autoStart", true}}, 2},
-        {{{"start", false}, {"autoStart", true}, {"open", true}}, 1},
-        {{{"start", true}}, 0},
+    const std::tuple<Flags, const char*, int> cases[] = {
+        {{}, "", 0},
+        {{{"open", true}}, "", 1},
+        {{{"autoOpen", true}}, "", 1},
+        {{{"connect", true}}, "", 1},
+        {{{"open", false}, {"autoOpen", true}}, "", 0},
+        {{{"autoOpen", false}, {"connect", true}}, "", 0},
+        {{{"connect", true}, {"autoStart", true}}, "", 2},
+        {{{"start", false}, {"autoStart", true}, {"open", true}}, "", 1},
+        {{{"start", true}}, "", 0},
+        // What fails keeps the stream, without a word in the log.
+        {{{"open", true}, {"start", true}}, "open", 1},
+        {{{"open", true}, {"start", true}}, "start", 2},
     };
-    for (const auto& [flags, steps] : cases) {
+    for (const auto& [flags, failed, steps] : cases) {
+        SCOPED_TRACE(testing::PrintToString(flags) + failed);
         events.clear();
+        failing = failed;
         Configured algorithm(flags);
         const Properties other;
         algorithm.configure(&other); // flags that are absent keep their value
         algorithm.compute();
-        const std::vector<std::string> expected = {"configure none", "open", "start"};
-        EXPECT_EQ(events, std::vector(expected.begin(), expected.begin() + 1 + steps))
-            << (flags.empty() ? "" : flags.front().first);
-        EXPECT_EQ(algorithm.status(), IoAlgorithm::Success);
-    }
-    EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(CreateStream, StepsThatFailKeepTheStreamAndAreNotLogged) {
-    for (const bool opens : {false, true}) {
-        script.opens = opens;
-        script.starts = false;
-        Configured algorithm({{"open", true}, {"start", true}});
-        algorithm.compute();
-        EXPECT_EQ(algorithm.status(), IoAlgorithm::Failure);
         ASSERT_NE(algorithm.stream(), nullptr);
-        EXPECT_EQ(algorithm.stream()->state(), opens ? Stream::Open : Stream::Closed);
+        const std::vector<std::string> expected = {"configure none", "open", "start"};
+        EXPECT_EQ(events, std::vector(expected.begin(), expected.begin() + 1 + steps));
+        EXPECT_EQ(algorithm.status(), *failed ? IoAlgorithm::Failure : IoAlgorithm::Success);
+        const bool isOpen = steps > 0 && failing != "open";
+        EXPECT_EQ(algorithm.stream()->state() != Stream::Closed, isOpen);
     }
-    EXPECT_THAT(log.lines(), IsEmpty());
+    EXPECT_THAT(log.take(), IsEmpty());
 }
 
 TEST_F(CreateStream, StreamThatThrowsIsForgottenAlive) {
-    script.throwsWhenConfigured = true;
+    failing = "configure none";
     Configured algorithm({});
     auto stream = std::make_unique<ScriptedStream>();
     const std::unique_ptr<ScriptedStream> survivor(stream.get());
@@ -130,20 +117,20 @@ TEST_F(CreateStream, StreamThatThrowsIsForgottenAlive) {
     EXPECT_EQ(algorithm.stream(), nullptr);
     EXPECT_EQ(algorithm.status(), IoAlgorithm::Failure);
     EXPECT_THAT(events, ElementsAre("configure none"));
-    EXPECT_THAT(log.lines(), ElementsAre("4 CreateStreamIoAlgorithm: Could not instantiate a new "
-                                         "Stream: odd settings"));
+    EXPECT_THAT(log.take(), ElementsAre("[4] CreateStreamIoAlgorithm: Could not instantiate a new "
+                                        "Stream: odd settings"));
 }
 
 TEST_F(CreateStream, StreamThatCannotBeMadeLeavesNone) {
     Scripted algorithm;
     algorithm.compute();
-    script.throwsWhenMade = true;
+    failing = "make";
     algorithm.compute();
     EXPECT_EQ(algorithm.stream(), nullptr);
     EXPECT_EQ(algorithm.status(), IoAlgorithm::Failure);
     EXPECT_THAT(events, ElementsAre("destroyed"));
-    EXPECT_THAT(log.lines(), ElementsAre("4 CreateStreamIoAlgorithm: Could not instantiate a new "
-                                         "Stream: no stream today"));
+    EXPECT_THAT(log.take(), ElementsAre("[4] CreateStreamIoAlgorithm: Could not instantiate a new "
+                                        "Stream: no stream today"));
 }
 
 TEST_F(CreateStream, NewStreamReplacesTheOldOneUnlessThatHasAnotherOwner) {

@@ -3,54 +3,53 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <random>
 #include <string>
 #include <vector>
 
+#include <stdlib.h>
+
 namespace Morvalin {
 
-/// A folder of its own for a test, removed with everything in it.
+/// A folder that goes away with the test and everything in it.
 class TemporaryFolder {
 public:
-    TemporaryFolder() :
-        root(std::filesystem::temp_directory_path() /
-             ("morvalinlib \xC3\xA4 " + std::to_string(std::random_device()()))) {
-        std::filesystem::create_directory(root);
+    TemporaryFolder() {
+        std::string pattern = std::filesystem::temp_directory_path() / "morvalin \xC3\xA4 XXXXXX";
+        path = ::mkdtemp(pattern.data());
     }
-    ~TemporaryFolder() { std::filesystem::remove_all(root); }
+    ~TemporaryFolder() { std::filesystem::remove_all(path); }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    std::string path(const std::string& name) const { return (root / name).string(); }
-
     std::string write(const std::string& name, const std::string& text) const {
-        std::ofstream(root / name, std::ios::binary) << text;
-        return path(name);
+        std::ofstream(path / name, std::ios::binary) << text;
+        return path / name;
+    }
+
+    /// Writes a tool definition of `size` bytes with a text at byte 592.
+    std::string writeTool(const std::string& name, const std::string& partNumber,
+                          std::size_t size = 1024) const {
+        std::string image(1024, '\0');
+        for (std::size_t i = 0; i < 592; ++i)
+            image[i] = static_cast<char>(i * 7);
+        image.replace(592, partNumber.size(), partNumber);
+        return write(name, image.substr(0, size));
     }
 
     std::string read(const std::string& name) const {
-        std::ifstream file(root / name, std::ios::binary);
+        std::ifstream file(path / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    std::vector<std::string> lines(const std::string& name) const {
-        std::ifstream file(root / name);
-        std::vector<std::string> result;
-        for (std::string line; std::getline(file, line);)
-            result.push_back(line);
-        return result;
     }
 
     /// Names in the folder, in no order.
     std::vector<std::string> names() const {
         std::vector<std::string> result;
-        for (const auto& entry : std::filesystem::directory_iterator(root))
-            result.push_back(entry.path().filename().string());
+        for (const auto& entry : std::filesystem::directory_iterator(path))
+            result.push_back(entry.path().filename());
         return result;
     }
 
-private:
-    const std::filesystem::path root;
+    std::filesystem::path path;
 };
 
 } // namespace Morvalin

@@ -1,42 +1,11 @@
+#include "tests/host/ScriptedStream.h"
+#include "tests/protocol/CountedMemory.h"
 #include "tests/streams/Rig.h"
-
-#include <cstdlib>
-#include <new>
-
-namespace {
-thread_local std::size_t allocations = 0;
-thread_local int allocationsLeft = -1; ///< negative: memory never runs out
-} // namespace
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    ++allocations;
-    if (allocationsLeft == 0)
-        return nullptr;
-    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
-    return std::malloc(size);
-}
-void* operator new(std::size_t size) {
-    if (void* const memory = operator new(size, std::nothrow))
-        return memory;
-    throw std::bad_alloc();
-}
-// Inlined without its counterpart, a compiler would see memory freed that was never allocated so.
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace Morvalin {
 namespace {
 
-template <class Function>
-std::size_t allocationsOf(const Function& function) {
-    const std::size_t before = allocations;
-    function();
-    return allocations - before;
-}
+using namespace std::chrono_literals;
 
 /// What one step that hands out a frame allocates besides the frame's copies of the instruments.
 std::size_t allocationsOfAStep(int tools) {
@@ -50,10 +19,14 @@ std::size_t allocationsOfAStep(int tools) {
     std::size_t count = 0;
     for (int i = 0; i < 3; ++i) {
         rig.nextFrame();
-        count = allocationsOf([&] { rig.stream.doWork(); });
+        const std::size_t before = allocations;
+        rig.stream.doWork();
+        count = allocations - before;
     }
     EXPECT_EQ(frames, 3);
-    return count - allocationsOf([&] { rig.instruments(); });
+    const std::size_t before = allocations;
+    rig.instruments();
+    return count - (allocations - before);
 }
 
 TEST(Streaming, MoreToolsTakeNoMoreAllocations) {
@@ -69,14 +42,34 @@ TEST(Streaming, MemoryThatRunsOutCostsAFrame) {
     int failures = 0;
     for (; frames == 0 && failures < 1000; ++failures) {
         rig.nextFrame();
-        allocationsLeft = failures;
+        const Shortage shortage(failures);
         EXPECT_TRUE(rig.stream.doWork());
-        allocationsLeft = -1;
     }
     EXPECT_GT(failures, 5);
     rig.nextFrame();
     rig.stream.doWork();
     EXPECT_EQ(frames, 2);
+}
+
+TEST(StreamWorker, TakesNoMemoryFromOneCallOfDoWorkToTheNext) {
+    ScriptedStream stream;
+    const auto frame = std::make_shared<TrackingStreamData>();
+    std::size_t before = 0;
+    std::atomic<int> taken = -1;
+    stream.output.connect([](const std::shared_ptr<Data>&) {});
+    stream.work = [&]() -> ScriptedStream::Work {
+        if (stream.workCount == 4)
+            before = allocations;
+        if (stream.workCount == 24)
+            taken = static_cast<int>(allocations - before);
+        stream.output(frame);
+        taken.notify_all();
+        return Stream::WorkContinuation{std::chrono::system_clock::now() + 1ms, 1};
+    };
+    ASSERT_TRUE(stream.open() && stream.start());
+    taken.wait(-1);
+    ASSERT_TRUE(stream.stop());
+    EXPECT_EQ(taken, 0);
 }
 
 } // namespace

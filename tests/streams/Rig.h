@@ -4,21 +4,18 @@
 #include "protocol/transport.h"
 #include "simulator/Simulator.h"
 #include "streams/PolarisAuroraTrackingStream.h"
-#include "tests/streams/LogCapture.h"
+#include "tests/host/LogCapture.h"
+#include "tests/lib/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <unistd.h>
 
 namespace Morvalin {
 
@@ -34,31 +31,6 @@ constexpr ndisim::Family family() {
            : N == Vicra ? ndisim::Family::Vicra
                         : ndisim::Family::Aurora;
 }
-
-/// A folder that goes away with the test.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "streamsXXXXXX").string();
-        path = ::mkdtemp(pattern.data());
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(path); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    /// Writes a tool definition of `size` bytes with a text at byte 592.
-    std::string writeTool(const std::string& name, const std::string& partNumber,
-                          std::size_t size = 1024) const {
-        std::string image(1024, '\0');
-        for (std::size_t i = 0; i < 592; ++i)
-            image[i] = static_cast<char>(i * 7);
-        image.replace(592, partNumber.size(), partNumber);
-        std::ofstream(path / name, std::ios::binary) << image.substr(0, size);
-        return (path / name).string();
-    }
-
-    std::filesystem::path path;
-};
 
 /// Serial port names stand for nothing, whatever this machine has, but for the one given.
 inline void assignSerialPort(int index = -1, const std::filesystem::path& link = {}) {

@@ -1,5 +1,5 @@
-#include "streams/ThreadSafeInstruments.h"
-#include "tests/streams/LogCapture.h"
+#include "streams/PolarisAuroraTrackingStream.h"
+#include "tests/host/LogCapture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -166,6 +166,33 @@ TEST(ThreadSafeInstruments, AnswersForUnknownIds) {
     registry.clear();
     EXPECT_EQ(registry.modifyAll(Registry::ModifyFunction()), 0U);
     EXPECT_FALSE(registry.mainInstrument());
+}
+
+struct Tracker : PolarisAuroraTrackingStream<NDIDeviceFamily::Aurora> {
+    explicit Tracker(std::shared_ptr<Registry> registry) { setInstruments(std::move(registry)); }
+    using TrackingStream::createTrackingStreamData;
+};
+
+TEST(TrackingStream, FrameIsASnapshotThatAgreesWithItself) {
+    struct ChangingRegistry : Registry {
+        std::string mainId() const override { return "b"; } // also when it has just been removed
+    };
+    const auto registry = std::make_shared<ChangingRegistry>();
+    for (const auto& [id, timestamp] : {std::pair{"a", 2000}, {"b", 3000}, {"c", 1000}}) {
+        registry->create(TrackerID(id, "n", "m"), *id != 'a');
+        registry->setPose(id, Matrix4::Identity(), 1, timestamp, 0);
+    }
+    const Tracker stream(registry);
+    const auto frame = stream.createTrackingStreamData();
+    EXPECT_EQ(frame->streamName, "NDI Aurora Tracking Stream");
+    EXPECT_EQ(frame->mainId, "b");
+    EXPECT_EQ(frame->timestamp, 3000);
+    ASSERT_EQ(stream.activeInstruments().size(), 2u);
+    EXPECT_EQ(stream.activeInstruments()[0].trackerId.ID, "b");
+    registry->remove("b");
+    EXPECT_EQ(stream.createTrackingStreamData()->mainId, "");
+    ASSERT_EQ(frame->instruments.size(), 3u);
+    EXPECT_EQ(frame->instruments[0].trackerId, TrackerID("a", "n", "m"));
 }
 
 } // namespace

@@ -13,7 +13,7 @@
 #include "app/gui/LogBuffer.h"
 #include "app/gui/LogModel.h"
 #include "app/gui/LogView.h"
-#include "tests/host/CapturedLog.h"
+#include "tests/host/LogCapture.h"
 
 namespace Morvalin::App {
 namespace {
@@ -32,7 +32,8 @@ bool waitForRows(const QAbstractItemModel& model, int count) {
 }
 
 TEST(LogView, FiltersByLevelAsksForDetailsOnlyWhenWantedAndGivesTheLogBack) {
-    CapturedLog former;
+    LogCapture former;
+    Log::setLevel(Log::Information);
     {
         LogView view;
         const QAbstractItemModelTester tester(view.model());
@@ -51,7 +52,7 @@ TEST(LogView, FiltersByLevelAsksForDetailsOnlyWhenWantedAndGivesTheLogBack) {
         ASSERT_TRUE(waitForRows(*view.model(), 7));
         EXPECT_THAT(texts(*view.filteredModel()), ElementsAre("2", "3", "4", "1", "2", "3", "4"));
     }
-    EXPECT_EQ(former.lines().size(), 6u) << "standard error gets what its level asks for";
+    EXPECT_EQ(former.take().size(), 6u) << "standard error gets what its level asks for";
     EXPECT_EQ(Log::level(), Log::Information);
 }
 

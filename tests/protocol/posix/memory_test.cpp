@@ -1,66 +1,10 @@
 #include "protocol/device.h"
+#include "tests/protocol/CountedMemory.h"
 #include "tests/protocol/RecordPtr.h"
 #include "tests/protocol/ScriptedPeer.h"
 #include "tests/protocol/Wire.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
-#include <new>
-
-namespace {
-
-// How many allocations of this thread still succeed; negative: all of them.
-thread_local int allocationsLeft = -1;
-
-class Shortage {
-public:
-    explicit Shortage(int after) { allocationsLeft = after; }
-    ~Shortage() { allocationsLeft = -1; }
-    Shortage(const Shortage&) = delete;
-    Shortage& operator=(const Shortage&) = delete;
-};
-
-void* allocate(std::size_t size) {
-    if (allocationsLeft == 0) {
-        return nullptr;
-    }
-    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
-    return std::malloc(size);
-}
-
-void* allocateOrThrow(std::size_t size) {
-    if (void* const memory = allocate(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    return allocateOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return allocateOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 // Every allocation fails once; what was begun is undone, and the next attempt works.
 TEST(Memory, MayRunOutAnywhere) {
