@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
-#include <set>
 
 namespace ndisim {
 namespace {
@@ -86,44 +84,6 @@ TEST(OptionTexts, ThoseThatAreNotUnderstoodAreRefusedInOneLine) {
     }
     EXPECT_EQ(parseLinkSettings("A1211"), (LinkSettings{'A', '1', '2', '1', '1'}));
     EXPECT_EQ(parseLinkSettings("5"), (LinkSettings{'5', '0', '0', '0', '0'}));
-}
-
-// Whatever is left open is drawn from the seed: always something, within bounds, and the same
-// again.
-TEST(FaultsTest, DrawnFaultsAreRepeatable) {
-    const std::string answer = "OKAYA896\r";
-    for (const FaultKind kind : FaultPlan::mildKinds()) {
-        const Fault fault{.kind = kind, .value = {}, .bit = {}, .bytes = {}};
-        SCOPED_TRACE(faultText(fault));
-        std::set<std::string> seen;
-        for (std::uint64_t i = 0; i < 200; ++i) {
-            const std::uint64_t random = i * 0x9E3779B97F4A7C15U;
-            const Delivery delivery = applyFault(fault, random, answer);
-            EXPECT_EQ(delivery.bytes, applyFault(fault, random, answer).bytes);
-            EXPECT_TRUE(delivery.hasEffect);
-            EXPECT_LE(delivery.bytes.size(), answer.size() + 16);
-            seen.insert(delivery.bytes);
-        }
-        const bool isDrawn = kind == FaultKind::Cut || kind == FaultKind::Flip ||
-                             kind == FaultKind::Error || kind == FaultKind::GarbageBefore ||
-                             kind == FaultKind::GarbageAfter;
-        EXPECT_EQ(seen.size() > 5, isDrawn);
-        EXPECT_LE(applyFault(fault, 7, "").bytes.size(), 16U);
-    }
-}
-
-TEST(FaultsTest, RandomFaultsFollowTheirRate) {
-    const std::vector<std::string> commands(2000, "BX:180F");
-    const auto count = [&](FaultPlan& plan, char letter) {
-        return static_cast<double>(std::ranges::count(faultsOf(plan, commands), letter));
-    };
-    FaultPlan background(3);
-    background.setBackground(0.1, {FaultKind::Drop, FaultKind::Flip});
-    EXPECT_NEAR(count(background, 'd'), 100, 40);
-    EXPECT_NEAR(count(background, 'f'), 100, 40);
-    FaultPlan half(5);
-    half.add(parseFaultRule("crc@BX~0.5"));
-    EXPECT_NEAR(count(half, 'r'), 1000, 150);
 }
 
 } // namespace

@@ -1,280 +1,188 @@
+// The simulator at the other end of a socket or terminal, with the protocol library as its host.
+#include "protocol/transport.h"
+#include "simulator/Crc.h"
 #include "simulator/Simulator.h"
-#include "tests/simulator/HostClient.h"
+#include "tests/lib/TemporaryFolder.h"
+#include "tests/protocol/RecordPtr.h"
+#include "tests/protocol/Wire.h"
 
-#include <fstream>
-#include <memory>
+#include <gtest/gtest.h>
+
 #include <thread>
 
 namespace ndisim {
 namespace {
 
-namespace fs = std::filesystem;
-
 using Commands = std::vector<std::string>;
 
-constexpr std::chrono::seconds guard{30};
-
-/// A simulator with a connection, and hosts for it.
-class Line : public testing::TestWithParam<const char*> {
+class Line : public testing::Test {
 protected:
-    Line() {
-        std::string pattern = fs::temp_directory_path() / "ndisim-XXXXXX";
-        m_folder = ::mkdtemp(pattern.data());
-        link = m_folder / "port";
-    }
-    ~Line() override { fs::remove_all(m_folder); }
-
-    void useTerminal() {
-        options.device.family = Family::Vicra;
-        options.address = PtyAddress{link};
-    }
-    void start(std::initializer_list<const char*> faults = {}) {
-        simulator = std::make_unique<Simulator>(options);
-        for (const char* rule : faults) {
-            simulator->addFault(rule);
+    void start(bool isTerminal) {
+        if (isTerminal) {
+            options.device.family = Family::Vicra;
+            options.address = PtyAddress{folder.path / "port"};
         }
+        simulator = std::make_unique<Simulator>(options);
         simulator->start();
     }
-    HostClient connect() const {
-        return simulator->port() != 0 ? HostClient(simulator->port()) : HostClient(link);
+    void connect() {
+        device.reset(simulator->port() != 0 ? deviceOpenNetwork("127.0.0.1", simulator->port())
+                                            : deviceOpenSerial(simulator->address().c_str()));
+        ASSERT_TRUE(device);
+        deviceSetNetworkTimeout(device.get(), 20000);
+    }
+    std::int32_t errorOf(const std::string& command) {
+        deviceCommand(device.get(), "%s", command.c_str());
+        return deviceGetError(device.get());
     }
 
     // Sends a command that the device is not to hear, and waits until it has not heard it.
-    void expectIgnored(HostClient& host) const {
-        const std::size_t expected = simulator->ignoredBytes() + withCrc("INIT:").size();
-        host.sendCommand("INIT:");
-        const auto end = std::chrono::steady_clock::now() + guard;
+    void expectIgnored() {
+        const std::string command = withCrc("INIT:");
+        const std::size_t expected = simulator->ignoredBytes() + command.size();
+        serialWrite(device->serialPort, command.data(), static_cast<int>(command.size()));
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (simulator->ignoredBytes() < expected && std::chrono::steady_clock::now() < end) {
             std::this_thread::yield();
         }
         EXPECT_EQ(simulator->ignoredBytes(), expected);
     }
 
+    Morvalin::TemporaryFolder folder;
     SimulatorOptions options;
-    std::string link;
     std::unique_ptr<Simulator> simulator;
-
-private:
-    fs::path m_folder;
+    RecordPtr device;
 };
-
-class EitherLine : public Line {
-    void SetUp() override {
-        if (std::string_view(GetParam()) == "terminal") {
-            useTerminal();
-        }
-    }
-};
-INSTANTIATE_TEST_SUITE_P(Over, EitherLine, testing::Values("network", "terminal"));
 
 TEST_F(Line, CommandsAreAnsweredAndRecorded) {
     options.chunk = 7;
-    start();
-    HostClient host = connect();
-    EXPECT_EQ(host.ask("INIT:"), "OKAY");
-    host.send("TSTA");
-    host.send("RT\r");
-    EXPECT_EQ(host.readReply(), "OKAYA896\r");
-    simulator->withDevice([](Device& device) { device.setStrays(50); });
-    host.sendCommand("BX:1001");
-    const std::string head = host.readCount(4);
-    const std::string reply = head + host.readCount(4U + static_cast<unsigned char>(head[2]) +
-                                                    256U * static_cast<unsigned char>(head[3]));
-    host.send(withCrc("TSTOP:") + withCrc("TSTOP:"));
-    EXPECT_EQ(host.readReply(), "OKAYA896\r");
-    EXPECT_EQ(host.readReply(), Device::errorReply(0x0C));
+    start(false);
+    connect();
+    EXPECT_EQ(errorOf("INIT:"), 0);
+    EXPECT_EQ(errorOf("TSTART"), 0);
+    simulator->withDevice([](Device& tracker) { tracker.setStrays(50); });
+    EXPECT_EQ(errorOf("BX:1001"), 0);
+    EXPECT_EQ(deviceBxPassiveStrayCount(device.get()), 50);
+    connect(); // the device's state outlives the connection
+    EXPECT_EQ(errorOf("TSTOP:"), 0);
+    EXPECT_EQ(errorOf("TSTOP:"), 0x0C);
 
     EXPECT_EQ(simulator->commands(), (Commands{"INIT:", "TSTART", "BX:1001", "TSTOP:", "TSTOP:"}));
     const Exchange tracking = simulator->exchanges().at(2);
     EXPECT_EQ(tracking.received + "\r", withCrc("BX:1001"));
-    EXPECT_EQ(tracking.sent, reply);
-    EXPECT_EQ(tracking.reply, reply);
+    EXPECT_EQ(tracking.sent, tracking.reply);
     EXPECT_GE(tracking.measurement->frame, 1U);
     simulator->clearLog();
     EXPECT_TRUE(simulator->commands().empty());
     EXPECT_EQ(simulator->commandCount(), 5U);
     simulator->resetLink();
-    EXPECT_EQ(host.readReply(), "RESETBE6F\r");
+    EXPECT_STREQ(deviceCommand(device.get(), nullptr), "RESET");
     EXPECT_EQ(simulator->state(), DeviceState::PowerOn);
 }
 
-TEST_F(Line, FaultsReachTheHost) {
-    const struct {
-        std::string rule;
-        std::string received; // instead of "OKAYA896\r"
-        bool hasEffect = true;
-    } cases[] = {
-        {"no-answer", ""},
-        {"drop", ""},
-        {"late=20", "OKAYA896\r"},
-        {"cut=0", ""},
-        {"cut=8", "OKAYA896"},
-        {"cut=9", "OKAYA896\r", false},
-        {"flip=0.0", "NKAYA896\r"},
-        {"flip=8.7", "OKAYA896\x8D"},
-        {"flip=9.0", "OKAYA896\r", false},
-        {"crc", "OKAYA897\r"},
-        {"error=0D", "ERROR0D8C03\r"},
-        {"garbage-before=x00FF", std::string("\0\xFFOKAYA896\r", 11)},
-        {"garbage-after=x3F", "OKAYA896\r?"},
-        {"reply=0", "01400\r"},
-        {"raw=0D", "\r"},
-    };
-    for (const auto& [rule, received, hasEffect] : cases) {
-        SCOPED_TRACE(rule);
-        start({(rule + "@TSTART").c_str()});
-        HostClient host = connect();
-        EXPECT_EQ(host.ask("INIT:"), "OKAY");
-        host.sendCommand("TSTART:");
-        host.sendCommand("PHSR:00");
-        const std::string expected = received + withCrc("00");
-        EXPECT_EQ(host.readCount(expected.size()), expected);
-        const bool isExecuted = rule != "drop" && !rule.starts_with("error");
-        EXPECT_EQ(simulator->state() == DeviceState::Tracking, isExecuted);
-        EXPECT_EQ(simulator->exchanges().at(1).hadEffect, hasEffect);
-        EXPECT_EQ(simulator->faultCount(), 1U);
+TEST_F(Line, EveryFormOfAReplyTellsTheSame) {
+    options.device.family = Family::Aurora;
+    options.device.tools = {parseWiredTool("1"), parseWiredTool("2")};
+    options.device.toolStates = {parseToolState("2:missing")};
+    options.device.hasSingleStray = true;
+    options.clock = [] { return std::chrono::nanoseconds(0); };
+    start(false);
+    connect();
+    for (const char* command : {"INIT:", "PINIT:0A", "PENA:0AD", "PINIT:0B", "PENA:0BD",
+                                "TSTART:", "BX:0807", "TX:0805", "GX:0001"}) {
+        EXPECT_EQ(errorOf(command), 0) << command;
     }
-}
-
-TEST_F(Line, StateOutlivesTheConnection) {
-    start();
-    {
-        HostClient host = connect();
-        EXPECT_EQ(host.ask("INIT:"), "OKAY");
-        EXPECT_EQ(host.ask("PHRQ:*********1****"), "0A");
-        host.send("half a comm");
+    const DeviceRecord* host = device.get();
+    float binary[8];
+    double text[8];
+    double older[8];
+    EXPECT_EQ(deviceBxTransform(host, 0x0B, binary), 2);
+    EXPECT_EQ(deviceTxTransform(host, 0x0B, text), 2);
+    EXPECT_EQ(deviceGxTransform(host, '2', older), 2);
+    EXPECT_EQ(deviceBxTransform(host, 0x0A, binary), 0);
+    EXPECT_EQ(deviceTxTransform(host, 0x0A, text), 0);
+    EXPECT_EQ(deviceGxTransform(host, '1', older), 0);
+    const ToolMeasurement tool = simulator->exchanges().back().measurement->tools.at(0);
+    for (unsigned i = 0; i < 8; ++i) {
+        const bool isPosition = i >= 4 && i < 7;
+        const double sent = i < 4        ? tool.pose.rotation[i]
+                            : isPosition ? tool.pose.position[i - 4]
+                                         : tool.pose.error;
+        EXPECT_NEAR(binary[i], sent, 1e-4) << i;
+        EXPECT_NEAR(text[i], sent, isPosition ? 0.0051 : 5.1e-5) << i;
+        EXPECT_EQ(older[i], text[i]) << i;
     }
-    auto next = std::make_unique<HostClient>(simulator->port());
-    EXPECT_EQ(next->ask("PHSR:00"), "010A000");
-    HostClient waiting = connect();
-    waiting.sendCommand("PHSR:01");
-    EXPECT_EQ(next->ask("PHSR:00"), "010A000");
-    next.reset();
-    EXPECT_EQ(waiting.readReply(), withCrc("00"));
-}
-
-TEST_P(EitherLine, EndsAndComesBack) {
-    start({"close@PHSR#1", "unplug@PHSR#2"});
-    {
-        HostClient host = connect();
-        EXPECT_EQ(host.ask("INIT:"), "OKAY");
-        host.sendCommand("PHSR:00");
-        EXPECT_EQ(host.readReply(), "");
-        EXPECT_EQ(simulator->hasClient(), simulator->port() == 0) << "a terminal is back at once";
+    EXPECT_EQ(deviceBxFrameNumber(host, 0x0A), tool.frame);
+    EXPECT_EQ(deviceTxFrameNumber(host, 0x0A), tool.frame);
+    EXPECT_EQ(deviceBxPortStatus(host, 0x0A), tool.portStatus);
+    EXPECT_EQ(deviceTxPortStatus(host, 0x0A), tool.portStatus);
+    EXPECT_EQ(deviceBxSingleStray(host, 0x0A, binary), 0);
+    EXPECT_EQ(deviceTxSingleStray(host, 0x0A, text), 0);
+    for (unsigned i = 0; i < 3; ++i) {
+        EXPECT_NEAR(binary[i], (*tool.singleStray)[i], 1e-4);
+        EXPECT_NEAR(text[i], (*tool.singleStray)[i], 0.0051);
     }
-    {
-        HostClient host = connect();
-        host.send(withCrc("PHSR:00") + withCrc("TSTART:"));
-        EXPECT_EQ(host.readReply(), "");
-        EXPECT_FALSE(simulator->hasClient());
-        EXPECT_FALSE(connect().isOpen());
-        EXPECT_FALSE(fs::exists(fs::symlink_status(link)));
-    }
-    simulator->replug();
-    HostClient host = connect();
-    EXPECT_EQ(host.ask("PHSR:00"), "00");
-    EXPECT_EQ(simulator->commands(), (Commands{"INIT:", "PHSR:00", "PHSR:00", "PHSR:00"}));
-    simulator->closeConnection();
-    EXPECT_EQ(host.readReply(), "");
-}
-
-TEST_P(EitherLine, HalfOpenIsDeafUntilResumed) {
-    start({"half-open@INIT#1"});
-    HostClient host = connect();
-    host.sendCommand("INIT:");
-    ASSERT_TRUE(simulator->waitForCommand("INIT", guard));
-    host.sendCommand("BEEP:1");
-    EXPECT_FALSE(simulator->waitForCommand("BEEP", std::chrono::milliseconds(100)));
-    simulator->resume(); // what came meanwhile is thrown away
-    EXPECT_EQ(host.ask("PHSR:00"), "00");
-    simulator->addFault("half-open=1@BEEP#1");
-    host.sendCommand("BEEP:1");
-    while (!simulator->waitForCommand("PHSR:01", std::chrono::milliseconds(50))) {
-        host.sendCommand("PHSR:01"); // those before the millisecond is over are lost
-    }
-    EXPECT_EQ(host.readReply(), withCrc("00"));
-}
-
-TEST_F(Line, NextConnectionIsServedAfterAHalfOpenOne) {
-    start({"close@CONNECT#2"});
-    HostClient first = connect();
-    EXPECT_EQ(first.ask("INIT:"), "OKAY");
-    simulator->halfOpen();
-    EXPECT_EQ(connect().readReply(), "");
-    EXPECT_EQ(connect().ask("PHSR:00"), "00");
 }
 
 TEST_F(Line, EveryRateIsToldFromTheOthers) {
     const std::pair<std::string, int> rates[] = {{"0", 9600},   {"1", 14400}, {"2", 19200},
                                                  {"3", 38400},  {"4", 57600}, {"5", 115200},
                                                  {"6", 921600}, {"7", 19200}, {"A", 230400}};
-    useTerminal();
-    start();
-    HostClient host = connect();
-    EXPECT_EQ(host.ask("INIT:"), "OKAY") << "9600 baud without handshake at power-on";
+    start(true);
+    connect();
+    EXPECT_EQ(errorOf("INIT:"), 0) << "9600 baud without handshake at power-on";
     for (const bool hasHandshake : {true, false}) {
         for (const auto& [code, baud] : rates) {
-            EXPECT_EQ(host.ask("COMM:" + code + (hasHandshake ? "0001" : "0000")), "OKAY");
-            host.setLine(baud, !hasHandshake);
-            expectIgnored(host);
-            host.setLine(baud == 19200 ? 9600 : 19200, hasHandshake);
-            expectIgnored(host);
-            host.setLine(baud, hasHandshake);
-            EXPECT_EQ(host.ask("PHSR:00"), "00") << code;
+            EXPECT_EQ(errorOf("COMM:" + code + (hasHandshake ? "0001" : "0000")), 0);
+            serialSetLine(device->serialPort, baud, "8N1", !hasHandshake);
+            expectIgnored();
+            serialSetLine(device->serialPort, baud == 19200 ? 9600 : 19200, "8N1", hasHandshake);
+            expectIgnored();
+            serialSetLine(device->serialPort, baud, "8N1", hasHandshake);
+            EXPECT_EQ(errorOf("PHSR:00"), 0) << code;
         }
     }
 }
 
 // What a host does with a system that a crashed program left at another speed.
 TEST_F(Line, BreakFollowsASpoiledInitOnly) {
-    useTerminal();
     options.device.link = parseLinkSettings("50001");
     options.device.state = DeviceState::Tracking;
-    start();
-    HostClient host = connect();
-    host.setLine(9600, false);
-    host.flush(); // as when a host opens the port: no reason to take it for a break
-    expectIgnored(host);
-    host.flush();
-    EXPECT_EQ(host.readReply(), "RESETBE6F\r");
-    EXPECT_EQ(simulator->state(), DeviceState::PowerOn);
+    start(true);
+    const std::string version = "GETINFO:Features.Firmware.Version";
+    EXPECT_EQ(deviceProbePort(simulator->address().c_str()), 0);
+    EXPECT_EQ(simulator->commands(), (Commands{"BREAK", "INIT:", version}));
     EXPECT_EQ(simulator->link(), LinkSettings{});
-    EXPECT_EQ(simulator->commands(), Commands{"BREAK"});
     for (const char* rule : {"no-answer@INIT#1", "crc@INIT#1", "drop@INIT#1"}) {
         simulator->clearFaults();
         simulator->addFault(rule);
-        simulator->addFault("reply=WRONG@BREAK");
         simulator->clearLog();
-        host.sendCommand("INIT:");
-        ASSERT_TRUE(simulator->waitForCommand("INIT", guard));
-        host.readCount(simulator->exchanges().at(0).sent.size());
-        host.flush();
-        EXPECT_EQ(host.readReply(), withCrc("WRONG")) << rule;
-        EXPECT_EQ(host.ask("INIT:"), "OKAY") << rule;
+        EXPECT_EQ(deviceProbePort(simulator->address().c_str()), 0) << rule;
+        EXPECT_EQ(simulator->commands(), (Commands{"INIT:", "BREAK", "INIT:", version})) << rule;
     }
 }
 
 TEST_F(Line, TerminalPassesEveryByteInItsTime) {
-    useTerminal();
     options.isPaced = true;
-    start();
-    HostClient host = connect();
+    start(true);
+    connect();
     std::string bytes; // every value, those with a meaning to terminals among them
     for (int value = 0; value < 256; ++value) {
         bytes += static_cast<char>(value);
     }
     FaultRule everyByte;
     everyByte.fault.kind = FaultKind::Raw;
-    everyByte.fault.bytes = bytes;
+    everyByte.fault.bytes = wire::binary(bytes);
     simulator->addFault(everyByte);
     const auto begin = std::chrono::steady_clock::now();
-    host.sendCommand("BX:0001");
-    EXPECT_EQ(host.readCount(bytes.size()), bytes);
+    EXPECT_EQ(errorOf("VGET:1"), 0);
     const auto needed = std::chrono::milliseconds((bytes.size() + 12) * 10 * 1000 / 9600 - 3);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, needed);
+    EXPECT_EQ(std::string(device->rawReply, everyByte.fault.bytes.size()), everyByte.fault.bytes);
     simulator->clearFaults();
-    host.send(bytes.substr(0, 13) + bytes.substr(14) + "\r");
-    EXPECT_EQ(host.readReply(), Device::errorReply(0x01));
+    const std::string sent = "X" + bytes.substr(1, 12) + bytes.substr(14);
+    EXPECT_EQ(errorOf(sent), 0x01);
+    EXPECT_EQ(simulator->exchanges().back().received, sent);
 }
 
 } // namespace

@@ -92,15 +92,11 @@ class Usage(unittest.TestCase):
             ("--family aurora --listen 0 --strays 1", "vicra and vega only"),
             ("--family vega --listen 0 --tool 1", "aurora only"),
             ("--family aurora --listen 0 --tool 1 --tool 1", "two tools"),
-            ("--family aurora --listen 0 --tool 1:x", "'x'"),
             ("--family vega --listen 0 --rate 251", "250"),
-            ("--family vega --listen 0 --volume cube:1", "'cube:1'"),
-            ("--family vega --listen 0 --tool-state 1:gone", "'gone'"),
             ("--family vega --listen 0 --fault explode", "'explode'"),
             ("--family vega --listen 0 --fault-rate 2", "2"),
             ("--family vega --listen 0 --fault-kinds late,x", "'x'"),
             ("--family vega --listen 0 --stale-link 5", "--pty"),
-            ("--family vega --pty /tmp/x --stale-link 9", "'9'"),
             ("--family vega --listen 0 --start-state off", "off"),
         ):
             self.check(arguments, 2, expected)
