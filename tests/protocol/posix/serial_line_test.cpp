@@ -5,7 +5,6 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -132,13 +131,6 @@ TEST_F(SerialLine, IsExclusiveWhileOpen) {
     EXPECT_EQ(ioctl(other, TIOCGEXCL, &isExclusive), 0);
     EXPECT_EQ(isExclusive, 0);
     close(other);
-}
-
-TEST_F(SerialLine, DropsWhatWasThereBefore) {
-    peer.send("late reply\r");
-    pollfd waiting = {static_cast<int>(device->serialPort), POLLIN, 0};
-    ASSERT_EQ(poll(&waiting, 1, 20000), 1);
-    EXPECT_EQ(errorOf("INIT:"), 0);
 }
 
 TEST_F(SerialLine, DeviceErrorsCountWithoutTheirCrc) {
