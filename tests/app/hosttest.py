@@ -17,6 +17,15 @@ TRACKER = "Scripted.TrackerStream"
 PATIENCE = 60
 
 
+def workspace(*blocks):
+    """A workspace file of algorithms, each given as its id and its parameters."""
+    text = ""
+    for algorithm, parameters in blocks:
+        lines = [f'<parameter name="{name}" value="{value}"/>' for name, value in parameters.items()]
+        text += f'<block name="{algorithm}">{"".join(lines)}</block>'
+    return f'<block name="Workspace"><block name="Algorithms">{text}</block></block>'
+
+
 class HostTest(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp(prefix="host app ä")
@@ -31,12 +40,15 @@ class HostTest(unittest.TestCase):
             file.write(text)
         return self.path(name)
 
+    def read(self, name):
+        with open(self.path(name), encoding="utf-8") as file:
+            return file.read()
+
     def trace(self):
         """The lines that the hooks have left so far."""
         if not os.path.exists(self.trace_file):
             return []
-        with open(self.trace_file, encoding="utf-8") as file:
-            return file.read().splitlines()
+        return self.read(self.trace_file).splitlines()
 
     def start(self, *arguments, plugin=PLUGIN, stdout=subprocess.PIPE, **options):
         """Starts the program; --plugin comes behind the command, `plugin` None leaves it out."""

@@ -62,8 +62,7 @@ class DeviceTest(HostTest):
 
     def commands(self, trace):
         """What a --trace file says was sent, without CRC and carriage return."""
-        with open(trace, encoding="utf-8") as file:
-            columns = [line.rstrip("\n").split("\t") for line in file]
+        columns = [line.split("\t") for line in self.read(trace).splitlines()]
         sent = [text.removesuffix("\\r") for _, _, sign, text in columns if sign == ">"]
         return [text[:-4] if ":" in text else text for text in sent]
 
@@ -135,8 +134,7 @@ class Diagnosis(DeviceTest):
             + ["PINIT:0A", "PENA:0AD", "TSTART:", "TSTOP:", "COMM:00000"],
         )
         self.assertEqual(len([text for text in commands if text.startswith("PVWR")]), 16)
-        with open(trace, encoding="utf-8") as file:
-            lines = file.read().splitlines()
+        lines = self.read(trace).splitlines()
         self.assertTrue(any("\t<\thex C4A5" in line for line in lines))
         self.assertTrue(any("\t-\tprobed COM3: code 0" in line for line in lines))
         times = [float(line.split("\t")[0]) for line in lines]
@@ -172,8 +170,7 @@ class Diagnosis(DeviceTest):
         )
         self.assertEqual(status, 1)
         self.assertIn("[4] NDI: Failed to probe device!", err)
-        with open(dump, encoding="utf-8") as file:
-            self.assertEqual(file.read(), "No device is connected.\n")
+        self.assertEqual(self.read(dump), "No device is connected.\n")
         for option in ("--dump", "--trace"):
             status, _, err = self.finish(
                 self.host("stream", ALGORITHMS["aurora"], option, self.path("none/file"))
@@ -202,17 +199,6 @@ class Workspaces(DeviceTest):
                     self.assertEqual(text, two.read())
                 self.assertIn(b'name="selectedInstrument" value="', text)
                 self.assertNotIn(b'name="selectedInstrument" value=""', text)
-
-    def test_chosen_main_instrument_comes_back(self):
-        reach = self.simulate("vega")
-        saved = self.path("saved.xml")
-        arguments = ["stream", ALGORITHMS["vega"], *reach, *self.tools("vega"), "--frames", "1"]
-        frames, _ = self.device_frames(
-            *arguments, "--set", "selectedInstrument=610060", "--save", saved
-        )
-        self.assertEqual(frames[0]["main"], "610060")
-        frames, _ = self.device_frames("run", saved, "--frames", "1")
-        self.assertEqual(frames[0]["main"], "610060")
 
     def test_saving_beside_a_tracker_that_is_off_loses_nothing(self):
         reach = self.simulate("vicra")
@@ -246,26 +232,4 @@ class Workspaces(DeviceTest):
                 for name in ("startAfterInit", "blockingInit"):
                     warning = f"[3] NDI: Parameter '{name}' was removed as it was not used anymore"
                     self.assertEqual(err.count(warning), 1, err)
-                with open(saved, encoding="utf-8") as file:
-                    text = file.read()
-                self.assertIn(f'<block name="{ALGORITHMS[family]}">', text)
-
-    def test_one_device_that_is_missing_leaves_the_other(self):
-        reach = self.simulate("vega")
-        alone = self.path("alone.xml")
-        self.device_frames(
-            "stream", ALGORITHMS["vega"], *reach, *self.tools("vega"), "--frames", "1", "--save", alone
-        )
-        with open(alone, encoding="utf-8") as file:
-            text = file.read()
-        missing = (
-            f'<block name="{ALGORITHMS["vicra"]}">'
-            '<parameter name="hardwareDevice" value="COM3" /></block>\n'
-        )
-        both = self.write("both.xml", text.replace("    <block name=", missing + "    <block name=", 1))
-        process = self.host(
-            *("run", both, "--serial-port", "COM3=" + self.path("none"), "--frames", "3", "--json")
-        )
-        status, out, err = self.finish(process)
-        self.assertEqual(status, 1, err)
-        self.assertEqual(len(out.splitlines()), 3)
+                self.assertIn(f'<block name="{ALGORITHMS[family]}">', self.read(saved))

@@ -2,15 +2,7 @@ import os
 import signal
 import unittest.mock
 
-from hosttest import TRACKER, HostTest
-
-
-def workspace(algorithm, **parameters):
-    lines = [f'<parameter name="{name}" value="{value}"/>' for name, value in parameters.items()]
-    return (
-        '<block name="Workspace"><block name="Algorithms">'
-        f'<block name="{algorithm}">{"".join(lines)}</block></block></block>'
-    )
+from hosttest import TRACKER, HostTest, workspace
 
 
 class Window(HostTest):
@@ -26,7 +18,7 @@ class Window(HostTest):
         self.addCleanup(patch.stop)
 
     def test_refusals(self):
-        w = self.write("w.xml", workspace(TRACKER))
+        w = self.write("w.xml", workspace((TRACKER, {})))
         cases = [
             (2, ["--frames", "3"], ['"--frames"']),
             (2, ["--jsno"], ['"--jsno"']),
@@ -52,7 +44,7 @@ class Window(HostTest):
         self.assert_one_line(err, "morvalin-host: the window cannot be shown: ", ":9999")
 
     def test_signals_close_the_streams_and_the_window(self):
-        w = self.write("w.xml", workspace(TRACKER, open=1, start=1))
+        w = self.write("w.xml", workspace((TRACKER, {"open": 1, "start": 1})))
         for number in (signal.SIGINT, signal.SIGTERM):
             with self.subTest(signal=number):
                 process = self.start("gui", w, "--set", "hardwareDevice=seen", "--save", "out.xml")
@@ -60,6 +52,5 @@ class Window(HostTest):
                 self.interrupt(process, number)
                 self.assertEqual(self.finish(process)[0], 0)
                 self.assertEqual(self.trace()[-5:-3], ["seen stop", "seen close"])
-                with open(self.path("out.xml"), encoding="utf-8") as saved:
-                    self.assertIn('"seen"', saved.read())
+                self.assertIn('"seen"', self.read("out.xml"))
                 os.remove(self.trace_file)
