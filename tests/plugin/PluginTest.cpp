@@ -1,4 +1,3 @@
-#include <morvalincore/GlobalSettings.h>
 #include <morvalincore/Log.h>
 #include <morvalinlib/MorvalinLibPlugin.h>
 #include <morvalinlib/PluginLoader.h>
@@ -11,12 +10,8 @@
 #include <cstdio>
 #include <memory>
 #include <sstream>
-#include <thread>
 
 #include <dlfcn.h>
-#include <fcntl.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 namespace Morvalin {
 namespace {
@@ -115,6 +110,7 @@ TEST_F(Plugin, OffersTheThreeFamilies) {
     input.add(nullptr);
     EXPECT_THAT(factory.compatibleDescriptors(input), IsEmpty());
     EXPECT_EQ(factory.instantiateAlgorithm(vegaId, input), nullptr);
+    EXPECT_EQ(plugin().controllerFactory()->create(nullptr), nullptr);
 }
 
 TEST_F(Plugin, ConvertsOldWorkspaces) {
@@ -156,33 +152,6 @@ TEST_F(Plugin, ConvertsOldWorkspaces) {
         EXPECT_EQ(convert(root, "workspace"), std::string(row.name) != row.converted);
         EXPECT_EQ(root, expected);
     }
-}
-
-TEST(PluginSettings, SerialPortNamesComeFromTheHost) {
-    const int line = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_TRUE(line >= 0 && grantpt(line) == 0 && unlockpt(line) == 0);
-    GlobalSettings::modify([&](Properties& settings) {
-        settings.addSubProperties("SerialPorts").setParam("\\\\.\\COM20", ptsname(line));
-    });
-    PluginLoader loader;
-    std::string error;
-    ASSERT_TRUE(loader.load(MODULE_FILE, error)) << error;
-    const auto algorithm = loader.instantiate(vicraId);
-    Properties settings;
-    settings.setParam("hardwareDevice", "\\\\.\\COM20");
-    settings.setParam("open", true);
-    algorithm->configure(&settings);
-
-    std::string received(10, '\0');
-    std::thread device([&] {
-        for (std::size_t i = 0; i < received.size() && read(line, &received[i], 1) == 1; ++i) {
-        }
-        close(line); // the search gives up sooner on a line that is gone
-    });
-    algorithm->compute();
-    device.join();
-    EXPECT_EQ(received, "INIT:E3A5\r");
-    EXPECT_EQ(dynamic_cast<IoAlgorithm&>(*algorithm).status(), IoAlgorithm::Failure);
 }
 
 } // namespace

@@ -1,32 +1,21 @@
 #pragma once
 
-#include <fstream>
 #include <memory>
 #include <string>
 
 #include <QMessageBox>
-#include <QPushButton>
-#include <QTemporaryDir>
-#include <QTest>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <morvalinlib/PluginLoader.h>
 
 #include "app/gui/MainWindow.h"
 #include "app/gui/StatusStrip.h"
 #include "simulator/Simulator.h"
+#include "tests/gui/GuiRig.h"
+#include "tests/lib/TemporaryFolder.h"
 
 namespace Morvalin::App {
 
 constexpr const char* vega = "NDITracking.PolarisVegaTrackingStream";
-
-/// Processes events until the condition holds; the limit only guards against a hang.
-template <class Condition>
-bool waitUntil(const Condition& condition) {
-    return QTest::qWaitFor(condition, 60'000);
-}
 
 /// A shown window with the real plug-in, used as a user does, and a simulated device.
 class WindowRig : public testing::Test {
@@ -55,18 +44,10 @@ protected:
         settings.setParam("hardwareDevice", "127.0.0.1");
         settings.setParam("hardwarePort", static_cast<std::int32_t>(simulator.port()));
         Properties& tool = settings.addSubProperties("TrackingTargets").addSubProperties("a.rom");
-        tool.setParam("Path", toolFile());
+        tool.setParam("Path", folder.writeTool("a.rom", "8700340"));
         tool.setParam("Port", 1);
         item->stream().configure(&settings);
         return *item;
-    }
-
-    /// Any image will do for the simulator; the part number stands at byte 592.
-    std::string toolFile() const {
-        const std::string file = folder.filePath("a.rom").toStdString();
-        std::ofstream(file, std::ios::binary)
-            << std::string(592, 'x') + "8700340" + std::string(425, '\0');
-        return file;
     }
 
     std::vector<StreamItem*> streams() const { return window->bench().streams(); }
@@ -108,7 +89,7 @@ protected:
         return waitUntil([this] { return !window->workspaces().isBusy(); });
     }
 
-    QTemporaryDir folder;
+    TemporaryFolder folder;
     ndisim::Simulator simulator{deviceOptions()};
     PluginLoader loader;
     std::unique_ptr<MainWindow> window;

@@ -7,6 +7,9 @@
 #include <QListView>
 #include <QMenuBar>
 
+#include <morvalingui/PropertiesWidget.h>
+#include <morvalingui/TrackingInstrumentTable.h>
+
 #include "app/gui/LogView.h"
 #include "app/gui/StreamListModel.h"
 #include "app/gui/VolumePainter.h"
@@ -61,15 +64,24 @@ TEST_F(Window, TheMenuAddsStreamsAndTheListShowsThePanelOfTheSelectedOne) {
 TEST_F(Window, AUserOpensStartsLooksStopsAndCloses) {
     simulator.addFault("late=1500@INIT");
     add();
+    const auto& properties = *window->findChild<PropertiesWidget*>();
     EXPECT_TRUE(waitForStatus("Closed"));
+    EXPECT_EQ(properties.editor("maxRange"), nullptr) << "the device has not been asked";
     press("Open Connection");
     EXPECT_TRUE(waitForStatus("Opening … 0 s"));
     EXPECT_TRUE(window->strip()->isBusyShown());
     EXPECT_TRUE(waitForStatus("Opening … 1 s")) << "the time goes on while the device is silent";
     EXPECT_TRUE(waitForStatus("Open, not tracking"));
     EXPECT_FALSE(window->strip()->isBusyShown());
+    EXPECT_TRUE(waitUntil([&] { return properties.editor("maxRange") != nullptr; }));
+    const QAbstractItemModel& table = *window->findChild<TrackingInstrumentTable*>()->model();
+    const auto waitForState = [&](const char* text) {
+        return waitUntil([&] { return table.index(0, 3).data().toString() == text; });
+    };
+    EXPECT_TRUE(waitForState("Not tracking"));
     press("Start");
     EXPECT_TRUE(waitForStatus("frames/s"));
+    EXPECT_TRUE(waitForState("Tracked"));
     const VolumeModel& model = window->volume()->model();
     EXPECT_TRUE(waitUntil([&] { return model.strays().size() == 3; }));
     EXPECT_TRUE(waitUntil([&] { return !model.outline().empty(); }));
@@ -82,6 +94,7 @@ TEST_F(Window, AUserOpensStartsLooksStopsAndCloses) {
     EXPECT_TRUE(waitForStatus("but no data"));
     EXPECT_TRUE(waitUntil([&] { return model.strays().empty(); })) << "nothing old is shown";
     EXPECT_FALSE(model.instruments()[0].isVisible());
+    EXPECT_TRUE(waitForState("No data")) << "no pose is left standing as a new one";
     simulator.clearFaults();
     EXPECT_TRUE(waitForStatus("frames/s"));
     press("Stop");

@@ -23,9 +23,7 @@ protected:
             [this](QWidget*, const QString&) { return QString::fromStdString(chosen); });
     }
 
-    std::string path(const char* name) const {
-        return folder.filePath(QString::fromUtf8(name)).toStdString();
-    }
+    std::string path(const char* name) const { return folder.path / name; }
 
     /// Writes and opens a workspace with one block, which has the simulated device and these.
     std::string open(const std::string& id, const Parameters& parameters) {
