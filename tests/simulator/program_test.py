@@ -1,12 +1,10 @@
 """Runs the built ndi-simulator as a user does: wrong usage, both connections, the trace, the end."""
 
 import contextlib
-import math
 import os
 import re
 import signal
 import socket
-import struct
 import subprocess
 import sys
 import tempfile
@@ -118,34 +116,6 @@ class Usage(unittest.TestCase):
 
 
 class Network(unittest.TestCase):
-    def test_poses_follow_the_documented_path(self):
-        arguments = "--family aurora --listen 0 --tool 2 --tool 7 --rate 250".split()
-        with simulator(*arguments) as device, connect(device) as host:
-            for text in (b"INIT:", b"PINIT:0B", b"PENA:0BD", b"PINIT:10", b"PENA:10D", b"TSTART:"):
-                self.assertEqual(ask(host, text), b"OKAYA896\r")
-            for _ in range(20):
-                reply = ask(host, b"BX:0801", 7 + 2 * 42 + 4)
-                self.assertEqual(reply[6], 2)
-                self.check_tool(reply[7:], 2)
-                self.check_tool(reply[49:], 7)
-
-    def check_tool(self, section, place):
-        handle, status = section[:2]
-        values = struct.unpack_from("<8fII", section, 2)
-        frame = values[9]
-        self.assertEqual((handle, status, values[8]), (9 + place, 1, 0x31))
-        a = 2 * math.pi * ((frame + 37 * place) % 1000) / 1000
-        rotation = (1, 0.5 * math.cos(a), 0.5 * math.sin(a), 0.04 * place - 0.5)
-        length = math.sqrt(sum(part * part for part in rotation))
-        expected = [part / length for part in rotation] + [
-            100 * math.cos(a),
-            100 * math.sin(a),
-            -100 - 15 * place + 4 * math.sin(2 * a),
-            0.25 + 0.15 * math.sin(3 * a),
-        ]
-        for value, wanted in zip(values, expected):
-            self.assertAlmostEqual(value, wanted, delta=1e-4)
-
     def test_trace_and_end(self):
         with tempfile.NamedTemporaryFile() as trace:
             arguments = f"--family vega --listen 0 --trace {trace.name} --fault crc@TSTART"
