@@ -32,8 +32,8 @@ void ScriptedPeer::setScript(Script script) {
     m_script = std::move(script);
 }
 
-void ScriptedPeer::alwaysAnswer(Answer answer) {
-    setScript([answer = std::move(answer)](const std::string&) { return answer; });
+void ScriptedPeer::alwaysAnswer(const std::string& answer) {
+    setScript([answer](const std::string&) { return answer; });
 }
 
 std::vector<std::string> ScriptedPeer::commands() const {
@@ -76,22 +76,17 @@ bool ScriptedPeer::serve() {
     for (std::size_t end; (end = m_received.find('\r')) != std::string::npos;) {
         const std::string command = m_received.substr(0, end + 1);
         m_received.erase(0, end + 1);
-        if (!answer(command)) {
-            return false;
-        }
+        answer(command);
     }
     return true;
 }
 
-bool ScriptedPeer::answer(const std::string& command) {
-    Answer answer;
+void ScriptedPeer::answer(const std::string& command) {
+    std::string bytes;
     {
         const std::lock_guard lock(m_mutex);
         m_commands.push_back(command);
-        answer = m_script(command);
+        bytes = m_script(command);
     }
-    for (const std::string& chunk : answer.chunks) {
-        send(chunk);
-    }
-    return !answer.hangsUp;
+    send(bytes);
 }

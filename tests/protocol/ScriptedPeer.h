@@ -16,15 +16,8 @@ public:
     // pseudo-terminal, whose slave side it keeps open. Not every system has the latter.
     enum class Kind { tcp, pty };
 
-    // What to do about one command: the chunks to send, one send each, and whether to hang up then.
-    struct Answer {
-        std::vector<std::string> chunks;
-        bool hangsUp = false;
-
-        Answer() = default;
-        Answer(std::string whole) : chunks{std::move(whole)} {}
-    };
-    using Script = std::function<Answer(const std::string& command)>;
+    // What to send for a command.
+    using Script = std::function<std::string(const std::string& command)>;
 
     ScriptedPeer(Kind kind, Script script);
     ~ScriptedPeer();
@@ -37,7 +30,7 @@ public:
 
     // Replaces the script from the next command on.
     void setScript(Script script);
-    void alwaysAnswer(Answer answer);
+    void alwaysAnswer(const std::string& answer);
 
     // Every command so far, each with its carriage return.
     std::vector<std::string> commands() const;
@@ -54,7 +47,7 @@ public:
 private:
     void run();
     bool serve();
-    bool answer(const std::string& command);
+    void answer(const std::string& command);
 
     // The system's part, a file of its own for each system. Descriptors are sockets or terminals.
     void listenLocally();

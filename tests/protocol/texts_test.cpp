@@ -42,13 +42,6 @@ TEST(Texts, ErrorTextsAtTheEdgesOfTheirRanges) {
     }
 }
 
-TEST(Texts, PortNamesSwitchFormAtTen) {
-    EXPECT_STREQ(devicePortName(0), "COM1");
-    EXPECT_STREQ(devicePortName(8), "COM9");
-    EXPECT_STREQ(devicePortName(9), "\\\\.\\COM10");
-    EXPECT_EQ(devicePortName(-1), nullptr);
-}
-
 TEST(Texts, MatrixRotatesAsTheQuaternionDoes) {
     const float transform[7] = {1, 2, 3, 4, 1, -2000.5f, 3}; // not of unit length, but 30 squared
     const double columns[16] = {-20, 20, 10, 0, 4, -10, 28, 0, 22, 20, 4, 0, 30, -60015, 90, 30};

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 using testing::AnyOf;
-using Answer = ScriptedPeer::Answer;
 
 namespace {
 
@@ -97,10 +96,11 @@ TEST_F(SerialLine, UnknownSettingsLeaveThePortAsItWas) {
 }
 
 TEST_F(SerialLine, NamesStandForPaths) {
-    EXPECT_EQ(serialAssignPort(2, peer.path()), 0);
-    EXPECT_EQ(serialAssignPort(19, peer.path()), 0);
-    for (const int index : {2, 19}) {
+    for (const auto& [index, expected] :
+         {std::pair{2, "COM3"}, {8, "COM9"}, {9, "\\\\.\\COM10"}, {19, "\\\\.\\COM20"}}) {
+        EXPECT_EQ(serialAssignPort(index, peer.path()), 0);
         const std::string name = devicePortName(index);
+        EXPECT_EQ(name, expected);
         device.reset();
         device.reset(deviceOpenSerial(devicePortName(index))); // from the buffer itself
         ASSERT_TRUE(device) << name;
@@ -115,6 +115,7 @@ TEST_F(SerialLine, NamesStandForPaths) {
     EXPECT_EQ(deviceOpenSerial(nullptr), nullptr);
     EXPECT_EQ(serialAssignPort(20, peer.path()), -1);
     EXPECT_EQ(serialAssignPort(-1, peer.path()), -1);
+    EXPECT_EQ(devicePortName(-1), nullptr);
     serialAssignPort(2, nullptr);
     EXPECT_EQ(deviceOpenSerial("COM3"), nullptr);
 }
@@ -157,7 +158,7 @@ TEST_F(SerialLine, TextThatCannotBeFormattedIsNotSent) {
 TEST_F(SerialLine, SilenceIsATimeoutWhateverSignalsCome) {
     const SignalStorm storm;
     EXPECT_EQ(errorOf("INIT:"), 0);
-    peer.alwaysAnswer(std::string("OKA")); // stalls half-way
+    peer.alwaysAnswer("OKA"); // stalls half-way
     EXPECT_EQ(serialSetTimeout(device->serialPort, 200), 0);
     EXPECT_EQ(errorOf("PHSR:00"), 0x400);
     deviceCommand(device.get(), nullptr); // breaks, but nobody reports a reset
@@ -190,7 +191,7 @@ TEST_F(SerialLine, AnErrorEndsTheReaderThread) {
     EXPECT_EQ(errorOf("TSTART:"), 0);
     EXPECT_EQ(errorOf("TX:0001"), 0);
     peer.setScript([](const std::string& command) {
-        return command.starts_with("TX") ? Answer("ERROR0C\r") : track(command);
+        return command.starts_with("TX") ? "ERROR0C\r" : track(command);
     });
     std::int32_t error = 0;
     for (int i = 0; i < 1000 && error == 0; ++i) {
