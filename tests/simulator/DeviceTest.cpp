@@ -48,27 +48,6 @@ TEST(DeviceTest, CommandsAreRefusedInTheWrongState) {
     vicra.run("INIT: OKAY; TSTOP: ERROR0C");
 }
 
-TEST(DeviceTest, ErrorsOfHandles) {
-    DeviceOptions options = optionsOf(Family::Vicra);
-    options.maxHandles = 2;
-    DeviceHarness vicra(options);
-    vicra.run("INIT: OKAY; PINIT:0A ERROR2B; PINIT:0C ERROR08; PINIT:FFFFFFFF ERROR08;"
-              "PHINF:FFFFFFFF0025 ERROR08; PVWR:FFFFFFFF0000 ERROR08; PINIT:xy ERROR08;"
-              "PINIT: ERROR07; PHRQ:*********1**** 0A; PHRQ:*********1**** 0B;"
-              "PHRQ:*********1**** ERROR2D; PHRQ:*********101** ERROR2D;"
-              "PHRQ:*********0**** ERROR2E; PHRQ:*********1*** ERROR07;"
-              "PINIT:0A ERROR0D; PINIT:0A0 ERROR07");
-    const std::string zeros(64, '\0');
-    EXPECT_EQ(vicra.ask(DeviceHarness::imageBlock(0x0A, 0x400, zeros)), "ERROR23");
-    EXPECT_EQ(vicra.ask(DeviceHarness::imageBlock(0x0A, 0x20, zeros)), "ERROR23");
-    EXPECT_EQ(vicra.ask(DeviceHarness::imageBlock(0x0A, 0, zeros.substr(1))), "ERROR07");
-    EXPECT_EQ(vicra.ask("PVWR:0A0000" + std::string(128, 'G')), "ERROR23");
-    EXPECT_EQ(vicra.upload(0x0A, "1"), "OKAY");
-    vicra.run("PENA:0AD ERROR0E; PINIT:0A OKAY; PENA:0AX ERROR09; PENA:0A ERROR07;"
-              "PDIS:0A ERROR0F; PHSR:05 ERROR23; PHF:0A OKAY; PHF:0A ERROR2B;"
-              "PHRQ:*********1**** 0A");
-}
-
 // Whatever a host sends, the answer is one well-formed reply.
 TEST(DeviceTest, AnyCommandGetsAGoodReply) {
     std::vector<std::string> commands =

@@ -1,5 +1,5 @@
-#include "simulator/Faults.h"
 #include "simulator/DeviceOptions.h"
+#include "simulator/Faults.h"
 
 #include <gtest/gtest.h>
 
@@ -7,49 +7,6 @@
 
 namespace ndisim {
 namespace {
-
-// Which of the commands go wrong, and how.
-std::string faultsOf(FaultPlan& plan, const std::vector<std::string>& commands) {
-    std::string found;
-    for (const auto& command : commands) {
-        const auto planned = plan.next(command);
-        found += (planned ? faultText(planned->fault) : "-") + " ";
-    }
-    return found;
-}
-
-TEST(FaultsTest, RulesAreReadAndMatched) {
-    const std::vector<std::string> commands{"INIT:",   "BX:180F", "BX 0801", "PVWR:0A0040FF",
-                                            "BX:180F", "CONNECT", "BREAK"};
-    const std::pair<std::vector<const char*>, const char*> cases[] = {
-        {{"drop@INIT"}, "drop - - - - - - "},
-        {{"no-answer@BX"}, "- no-answer no-answer - no-answer - - "},
-        {{"late=300@BX#2"}, "- - late=300 - - - - "},
-        {{"cut=0@BX#2-3"}, "- - cut=0 - cut=0 - - "},
-        {{"flip=7.3@BX#2-"}, "- - flip=7.3 - flip=7.3 - - "},
-        {{"flip@PVWR:0A0040"}, "- - - flip - - - "},
-        {{"crc@PVWR:0A0080"}, "- - - - - - - "},
-        {{"error=0D"}, "error=0D error=0D error=0D error=0D error=0D - error=0D "},
-        {{"garbage-after=x0D0A@*#6"}, "- - - - - - garbage-after=x0D0A "},
-        {{"reply=a=b:c@BX:"}, "- reply=a=b:c - - reply=a=b:c - - "},
-        {{"raw=c4A5@BX "}, "- - raw=C4A5 - - - - "},
-        {{"close@CONNECT"}, "- - - - - close - "},
-        {{"half-open=50@B"}, "- - - - - - - "},
-        {{"unplug@BREAK~1"}, "- - - - - - unplug "},
-        {{"unplug~0"}, "- - - - - - - "},
-        // The first rule that applies wins, and all of them count.
-        {{"drop@BX#1", "crc@BX#1-2"}, "- drop crc - - - - "},
-    };
-    for (const auto& [rules, expected] : cases) {
-        FaultPlan plan;
-        for (const char* rule : rules) {
-            plan.add(parseFaultRule(rule));
-        }
-        EXPECT_EQ(faultsOf(plan, commands), expected) << rules[0];
-        plan.clear();
-        EXPECT_EQ(faultsOf(plan, {"INIT:"}), "- ");
-    }
-}
 
 TEST(OptionTexts, ThoseThatAreNotUnderstoodAreRefusedInOneLine) {
     const struct {
