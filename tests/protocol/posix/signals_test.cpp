@@ -1,6 +1,7 @@
 #include "tests/protocol/Connection.h"
 #include "tests/protocol/posix/SignalStorm.h"
 
+#include <gmock/gmock.h>
 #include <unistd.h>
 
 namespace {
@@ -28,9 +29,19 @@ TEST_F(Signals, NeitherBreakNorProlongACommand) {
     EXPECT_EQ(errorOf("BX:0001"), 0x400);
 }
 
+TEST_F(Signals, NoneComesFromAPeerThatHasGone) {
+    EXPECT_EQ(errorOf("INIT:"), 0);
+    peer.unplug();
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_THAT(errorOf("TSTART:"), testing::AnyOf(0x400, 0x500, 0x600));
+    }
+    EXPECT_EQ(errorOf("TSTART:"), 0x500);
+}
+
 TEST_F(Signals, AreLeftToTheProgramByTheReader) {
     connect();
     static std::atomic<bool> isTaken;
+    isTaken = false;
     signal(SIGINT, [](int) { isTaken = true; });
     deviceSetThreadMode(device.get(), true);
     EXPECT_EQ(errorOf("TSTART:"), 0);
