@@ -12,9 +12,11 @@ using testing::IsEmpty;
 
 using Registry = ThreadSafeInstruments<NDITrackingInstrumentInfo>;
 
+using Operation = std::function<std::uint32_t(Registry&)>;
+
 struct Step {
     const char* what;
-    std::function<std::uint32_t(Registry&)> operation;
+    Operation operation;
     std::uint32_t flags;
     const char* mainId;
     std::uint32_t mainIndex;
@@ -42,8 +44,6 @@ void run(const std::vector<Step>& steps) {
             EXPECT_THAT(lines, ElementsAre("[4] ThreadSafeInstruments: " + std::string(step.log)));
     }
 }
-
-using Operation = std::function<std::uint32_t(Registry&)>;
 
 Operation create(const char* id) {
     return [id](Registry& r) { return r.create(TrackerID(id, "n", "m"), true); };
@@ -85,61 +85,58 @@ TEST(ThreadSafeInstruments, KeepsTrackOfTheMainInstrument) {
     });
 }
 
-TEST(ThreadSafeInstruments, ReportsWhatAModificationChanged) {
-    using Change = std::function<void(TrackingInstrument&)>;
-    const auto apply = [](Change change) {
-        return [change](Registry& r) {
-            return r.modify("a",
-                            [&](const std::string&, TrackingInstrument& live) { change(live); });
-        };
+Operation change(std::function<void(TrackingInstrument&)> function) {
+    return [function](Registry& r) {
+        return r.modify("a", [&](const std::string&, TrackingInstrument& live) { function(live); });
     };
+}
+Operation pose(const char* id) {
+    return [id](Registry& r) { return r.setPose(id, Matrix4::Identity(), 1, 5, 3); };
+}
+template <class Function>
+Operation emptyChange(const char* id) {
+    return [id](Registry& r) { return r.modify(id, Function()); };
+}
+const Operation resetting = [](Registry& r) { return r.resetPoses(5); };
+const Operation withRecord = [](Registry& r) { return r.create({"a", "n", "m"}, info(7), true); };
+const Operation ofAllRecords = [](Registry& r) {
+    return r.modifyAll(
+        [](const std::string&, TrackingInstrument& live, NDITrackingInstrumentInfo& record) {
+            EXPECT_EQ(record.portHandle, 7);
+            live.quality = 0.25;
+        });
+};
+
+TEST(ThreadSafeInstruments, ReportsWhatAModificationChanged) {
+    using Special = Registry::ModifySpecialFunction;
     const char* const idLog =
         "ID must not be modified. TrackingInstrument is reset to state before modification";
+    const auto isBack = [](auto& i) { EXPECT_EQ(i.trackerId, TrackerID("a", "N", "M")); };
     run({
-        {"create",
-         [](Registry& r) {
-             return r.create({"a", "n", "m"}, info(7), true);
-         },
-         6, "a", 0, ""},
-        {"nothing", apply([](auto&) {}), 0, "a", 0, ""},
-        {"active only", apply([](auto& i) { i.active = false; }), 0, "a", 0, ""},
-        {"tool type only", apply([](auto& i) { i.toolType = "Probe"; }), 0, "a", 0, ""},
-        {"name", apply([](auto& i) { i.trackerId.name = "N"; }), 4, "a", 0, ""},
-        {"model", apply([](auto& i) { i.trackerId.modelNumber = "M"; }), 4, "a", 0, ""},
-        {"timestamp", apply([](auto& i) { i.timestamp = 5; }), 1, "a", 0, ""},
-        {"last of the matrix", apply([](auto& i) { i.matrix(3, 3) = 2; }), 1, "a", 0, ""},
-        {"quality", apply([](auto& i) { i.quality = 0.5; }), 1, "a", 0, ""},
-        {"state", apply([](auto& i) { i.trackingState = 3; }), 1, "a", 0, ""},
-        {"id and name", apply([](auto& i) {
-             i.trackerId = {"b", "x", "y"};
-         }),
-         0, "a", 0, idLog},
-        {"put back", apply([](auto& i) { EXPECT_EQ(i.trackerId, TrackerID("a", "N", "M")); }), 0,
-         "a", 0, ""},
-        {"name and data", apply([](auto& i) { i.trackerId.name = "n", i.quality = 1; }), 5, "a", 0,
-         ""},
-        {"same pose", [](Registry& r) { return r.setPose("a", Matrix4::Identity(), 1, 5, 3); }, 1,
-         "a", 0, ""},
-        {"pose of unknown id",
-         [](Registry& r) { return r.setPose("b", Matrix4::Identity(), 1, 5, 3); }, 0, "a", 0, ""},
-        {"reset", [](Registry& r) { return r.resetPoses(5); }, 1, "a", 0, ""},
-        {"reset again", [](Registry& r) { return r.resetPoses(5); }, 0, "a", 0, ""},
-        {"unknown id", [](Registry& r) { return r.modify("b", Registry::ModifySpecialFunction()); },
-         0, "a", 0, ""},
-        {"unknown id without a record",
-         [](Registry& r) { return r.modify("b", Registry::ModifyFunction()); }, 0, "a", 0, ""},
+        {"create", withRecord, 6, "a", 0, ""},
+        {"nothing", change([](auto&) {}), 0, "a", 0, ""},
+        {"active only", change([](auto& i) { i.active = false; }), 0, "a", 0, ""},
+        {"tool type only", change([](auto& i) { i.toolType = "Probe"; }), 0, "a", 0, ""},
+        {"name", change([](auto& i) { i.trackerId.name = "N"; }), 4, "a", 0, ""},
+        {"model", change([](auto& i) { i.trackerId.modelNumber = "M"; }), 4, "a", 0, ""},
+        {"timestamp", change([](auto& i) { i.timestamp = 5; }), 1, "a", 0, ""},
+        {"last of the matrix", change([](auto& i) { i.matrix(3, 3) = 2; }), 1, "a", 0, ""},
+        {"quality", change([](auto& i) { i.quality = 0.5; }), 1, "a", 0, ""},
+        {"state", change([](auto& i) { i.trackingState = 3; }), 1, "a", 0, ""},
+        {"id", change([](auto& i) { i.trackerId = TrackerID("b", "x", "y"); }), 0, "a", 0, idLog},
+        {"put back", change(isBack), 0, "a", 0, ""},
+        {"both", change([](auto& i) { i.trackerId.name = "n", i.quality = 1; }), 5, "a", 0, ""},
+        {"pose", pose("a"), 1, "a", 0, ""},
+        {"pose of unknown id", pose("b"), 0, "a", 0, ""},
+        {"reset", resetting, 1, "a", 0, ""},
+        {"reset again", resetting, 0, "a", 0, ""},
+        {"unknown id", emptyChange<Special>("b"), 0, "a", 0, ""},
+        {"the same", emptyChange<Registry::ModifyFunction>("b"), 0, "a", 0, ""},
         {"one without a record", create("b"), 4, "a", 0, ""},
-        {"its record", [](Registry& r) { return r.modify("b", Registry::ModifySpecialFunction()); },
-         0, "a", 0, "modify: Special object for instrument with ID b does not exist"},
-        {"all records",
-         [](Registry& r) {
-             return r.modifyAll(
-                 [](const std::string&, TrackingInstrument& i, NDITrackingInstrumentInfo& record) {
-                     EXPECT_EQ(record.portHandle, 7);
-                     i.quality = 0.25;
-                 });
-         },
-         1, "a", 0, "modifyAll: Special object for instrument with ID b does not exist"},
+        {"its record", emptyChange<Special>("b"), 0, "a", 0,
+         "modify: Special object for instrument with ID b does not exist"},
+        {"all records", ofAllRecords, 1, "a", 0,
+         "modifyAll: Special object for instrument with ID b does not exist"},
     });
 }
 
