@@ -74,17 +74,3 @@ TEST(StreamWorker, EndsWithOneLogLineAndBeginsAnewAtTheNextStart) {
         stream.awaitWork(2);
     }
 }
-
-TEST(StreamWorker, ReceiverOfOutputThatThrowsDoesNotEndTheWork) {
-    LogCapture log;
-    ScriptedStream stream;
-    stream.output.connect([](const std::shared_ptr<Data>&) { throw std::runtime_error("full"); });
-    stream.work = [&] {
-        stream.output(nullptr);
-        return ScriptedStream::again();
-    };
-    ASSERT_TRUE(stream.open() && stream.start());
-    stream.awaitWork(3);
-    ASSERT_TRUE(stream.stop());
-    EXPECT_GE(log.take().size(), 2u);
-}
