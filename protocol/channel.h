@@ -20,16 +20,17 @@ Command frameCommand(DeviceRecord& record, const char* format, std::va_list argu
 
 // A reply as received, in a buffer that was given for it. With an error, there is none.
 struct Received {
-    int length;
-    std::int32_t error;
+    int length = 0;
+    std::int32_t error = 0;
+    int arrived = 0; // TCP: length, and what came in one piece with the end of the reply
 };
 
 // Sends a command and receives its reply into a buffer of kBufferSize, which it terminates. Sets
 // nothing in the record that the application reads: the reader thread uses it too.
 //
-// The answer to an earlier command is never taken for this one's: over TCP, where nothing can be
+// What is received late is not taken for this command's answer: over TCP, where nothing can be
 // purged, a command that follows one without an answer waits for it first, up to six time-outs and
-// at most 600 ms.
+// at most 600 ms, and looks for a second answer behind its own.
 Received exchange(DeviceRecord& record, std::string_view command, bool binary, char* buffer);
 
 // Only receives.

@@ -22,13 +22,13 @@
 // cleared at the start of every command and is also handed to the error callback:
 //
 //   0x01-0x31, 0xF1-0xF6  the device answered "ERROR" and this code: it understood the line, not
-//   the
-//                         wish. The command had no effect that the code's text does not name.
+//          the wish. The command had no effect that the code's text does not name.
 //   0x100  the reply's CRC does not fit, or the reply is too short or longer than 2,047 bytes:
 //          ask again.
 //   0x200  no connection (probe: the port could not be opened)
 //   0x300  the host cannot apply the line settings that a COMM command has just given the device
-//   0x400  no answer, or not all of the command could be written, within the time-out
+//   0x400  no answer, or not all of the command could be written, within the time-out; over TCP
+//          also when the peer has closed the connection, the next commands then give 0x500
 //   0x500  writing failed   } the line or the peer is gone: close and open again
 //   0x600  reading failed   }
 //   0x700  the device did not report a reset after a break
@@ -91,8 +91,11 @@ struct DeviceRecord {
 
     std::uint8_t tracking;   // TSTART was sent, and neither TSTOP nor INIT since
     std::uint8_t threadMode; // the reader thread is on; shared with it, read through an atomic_ref
-    std::uint8_t lateAnswer; // TCP: what is known of an answer that missed its time-out ...
-    std::int32_t lateTimeoutMs; // ... and that time-out
+
+    // TCP: how many commands may still be answered although their time-outs have passed, and the
+    // time-out of the last of them.
+    std::uint8_t unanswered;
+    std::int32_t missedTimeoutMs;
 
     // The reader thread and what it shares with the application side. Null while it is off.
     void* thread;
@@ -226,9 +229,11 @@ void deviceCloseNetwork(DeviceRecord* record);
 //           signal: nothing is written then) or something else answers
 int deviceProbePort(const char* name);
 
-// Sets how long a reply over TCP is waited for. Less than 1 ms changes nothing. A reply that comes
-// later is not taken for the next command's: that one first waits for it, up to six time-outs and
-// at most 600 ms.
+// Sets how long a reply over TCP is waited for. Less than 1 ms changes nothing.
+//
+// A reply that comes later is not taken for the next command's: that one first waits for it, up to
+// six time-outs and at most 600 ms. If it has not come by then, the next command's reply counts
+// only if no other one follows within a time-out; else that command ends in 0x400 too.
 void deviceSetNetworkTimeout(DeviceRecord* record, int ms);
 
 // ---- Command channel ---------------------------------------------------------------------------

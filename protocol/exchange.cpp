@@ -26,60 +26,67 @@ std::int32_t send(const DeviceRecord& record, std::string_view command) {
 }
 
 // Only a serial read gives the device's own error code; a network read gives the system's.
-int read(const DeviceRecord& record, bool binary, char* buffer, std::int32_t& deviceError) {
-    return isSerial(record) ? serialRead(record.serialPort, buffer, kMaxReply, binary, &deviceError)
-                            : netRead(record.socket, buffer, kMaxReply, binary, nullptr);
+int read(const DeviceRecord& record, bool binary, char* buffer, Received& received) {
+    return isSerial(record)
+               ? serialRead(record.serialPort, buffer, kMaxReply, binary, &received.error)
+               : readCounting(record.socket, buffer, kMaxReply, binary, received.arrived);
 }
 
 // Over TCP no answer gets lost, it only gets late: a packet that did is sent again after 200 ms,
 // and if need be after 400 ms more. An answer that is taken for the next command's puts all later
 // ones one command out of step, poses among them.
-enum LateAnswer : std::uint8_t {
-    kNone,
-    kExpected, // the last command got none
-    kPossible, // it did not come when it was waited for, but the next command's seems to have
-};
 constexpr int kMostLateMs = 600;
 
-void dropLateAnswer(DeviceRecord& record) {
-    if (record.lateAnswer == kNone) {
+void dropLateAnswers(DeviceRecord& record) {
+    if (record.unanswered == 0) {
         discardWaiting(record.socket);
         return;
     }
-    const bool isExpected = record.lateAnswer == kExpected;
-    const int ms = std::min(record.lateTimeoutMs, kMostLateMs);
-    const bool came = discardLate(record.socket, isExpected ? std::min(6 * ms, kMostLateMs) : ms);
-    record.lateAnswer = isExpected && !came ? kExpected : kNone;
+    const int ms = std::min(record.missedTimeoutMs, kMostLateMs);
+    const bool came = discardLate(record.socket, std::min(6 * ms, kMostLateMs), ms);
+    if (came && record.unanswered == 1) {
+        record.unanswered = 0;
+    }
 }
 
-void noteAnswer(DeviceRecord& record, std::int32_t error) {
-    if (error == kTimeout) {
-        record.lateAnswer = kExpected;
-        record.lateTimeoutMs = platform::getReceiveTimeout(record.socket);
-    } else if (record.lateAnswer == kExpected) {
-        record.lateAnswer = kPossible;
+// An answer after others that did not come is only believed if no further one follows: else it was
+// one of those, and what followed was its own.
+bool isOwnAnswer(DeviceRecord& record, bool isFollowed) {
+    if (record.unanswered == 0) {
+        return true;
     }
+    const int ms = std::min(record.missedTimeoutMs, kMostLateMs);
+    const bool isOwn = !discardLate(record.socket, ms, ms) && !isFollowed;
+    record.unanswered = isOwn ? 0 : 1;
+    return isOwn;
+}
+
+void noteMissingAnswer(DeviceRecord& record) {
+    record.unanswered = static_cast<std::uint8_t>(std::min(record.unanswered + 1, 255));
+    record.missedTimeoutMs = platform::getReceiveTimeout(record.socket);
 }
 
 void dropOldReplies(DeviceRecord& record) {
     if (isSerial(record)) {
         serialPurge(record.serialPort, 1);
     } else {
-        dropLateAnswer(record);
+        dropLateAnswers(record);
     }
 }
 
 } // namespace
 
 Received receiveReply(const DeviceRecord& record, bool binary, char* buffer) {
-    std::int32_t deviceError = 0;
-    const int length = read(record, binary, buffer, deviceError);
+    Received received;
+    const int length = read(record, binary, buffer, received);
     buffer[length > 0 ? length : 0] = '\0';
     trace(record, false, buffer, length > 0 ? length : 0);
     if (length <= 0) {
-        return {0, length < 0 ? kReadFailed : kTimeout};
+        received.error = length < 0 ? kReadFailed : kTimeout;
+        return received;
     }
-    return {length, deviceError};
+    received.length = length;
+    return received;
 }
 
 Received exchange(DeviceRecord& record, std::string_view command, bool binary, char* buffer) {
@@ -87,11 +94,18 @@ Received exchange(DeviceRecord& record, std::string_view command, bool binary, c
     trace(record, true, command.data(), static_cast<int>(command.size()));
     if (const std::int32_t error = send(record, command)) {
         buffer[0] = '\0';
-        return {0, error};
+        return {.error = error};
     }
-    const Received received = receiveReply(record, binary, buffer);
-    if (!isSerial(record)) {
-        noteAnswer(record, received.error);
+    Received received = receiveReply(record, binary, buffer);
+    if (isSerial(record)) {
+        return received;
+    }
+    if (received.error == 0 && !isOwnAnswer(record, received.arrived > received.length)) {
+        buffer[0] = '\0';
+        return {.error = kTimeout};
+    }
+    if (received.error == kTimeout) {
+        noteMissingAnswer(record);
     }
     return received;
 }

@@ -18,8 +18,8 @@ constexpr int kMaxBufferWaits = 5000;
 constexpr int kMaxDiscards = 256;
 constexpr int kDiscardSize = 4096;
 
-// So long without a byte, and the answer is over.
-constexpr int kQuietMs = 30;
+// Nor one that sends a little at a time.
+constexpr int kMaxLatePieces = 20;
 
 class SocketSource final : public ByteSource {
 public:
@@ -32,6 +32,7 @@ public:
                 *m_error = got.systemError;
             }
             if (got.fault == Transfer::Fault::none) {
+                m_arrived += got.count;
                 return got.count;
             }
             if (got.fault != Transfer::Fault::noBuffers) {
@@ -42,9 +43,12 @@ public:
         return -1;
     }
 
+    int arrived() const { return m_arrived; }
+
 private:
     std::int64_t m_socket;
     std::int32_t* m_error;
+    int m_arrived = 0;
 };
 
 } // namespace
@@ -107,15 +111,22 @@ void protocol::discardWaiting(std::int64_t socket) {
     }
 }
 
-bool protocol::discardLate(std::int64_t socket, int ms) {
+bool protocol::discardLate(std::int64_t socket, int ms, int quietMs) {
     char dropped[kDiscardSize];
     if (platform::receiveWithin(socket, dropped, kDiscardSize, ms) == 0) {
         return false;
     }
-    int discards = 1;
-    while (discards < kMaxDiscards &&
-           platform::receiveWithin(socket, dropped, kDiscardSize, kQuietMs) > 0) {
-        ++discards;
+    int pieces = 1;
+    while (pieces < kMaxLatePieces &&
+           platform::receiveWithin(socket, dropped, kDiscardSize, quietMs) > 0) {
+        ++pieces;
     }
     return true;
+}
+
+int protocol::readCounting(std::int64_t socket, char* buffer, int max, bool binary, int& arrived) {
+    SocketSource source(socket, nullptr);
+    const int length = readReply(source, buffer, max, binary);
+    arrived = source.arrived();
+    return length;
 }

@@ -86,5 +86,6 @@ int netWrite(std::int64_t socket, const char* bytes, int n);
 
 void netSleep(int ms);
 
-// Does nothing and returns 0: the command channel itself drops late replies before it sends.
+// Does nothing and returns 0: the command channel itself drops what has arrived before it sends,
+// and waits for a late reply (see deviceSetNetworkTimeout).
 int netPurge(std::int64_t socket);
