@@ -9,10 +9,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-case "${1:-}" in
-'' | --gui) mode=${1:-} ;;
+case "$*" in
+'' | --gui) mode=$* ;;
 *)
-  echo "demo.sh: unknown argument '$1' (--gui is the only one)" >&2
+  echo "demo.sh: unknown arguments '$*' (--gui is the only one)" >&2
   exit 2
   ;;
 esac

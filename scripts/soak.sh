@@ -8,9 +8,10 @@ cd "$(dirname "$0")/.."
 minutes=${1:-1}
 preset=${2:-asan}
 case $minutes in
-  '' | 0 | *[!0-9]*) echo "soak.sh: MINUTES is a whole number from 1 on" >&2; exit 2 ;;
+  '' | 0* | *[!0-9]*) echo "soak.sh: MINUTES is a whole number from 1 on" >&2; exit 2 ;;
 esac
 
+scripts/install-deps.sh
 cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset" --target ndi-soak -j "$(nproc)"
 # Freed memory that the sanitizer holds back would look like growth.

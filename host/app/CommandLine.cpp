@@ -24,8 +24,8 @@ Ctrl-C stops and closes the streams before the program ends.
 
 Exit status:
   0  done, also after Ctrl-C
-  1  a stream did not open or start, a block of the workspace was not understood, or frames or the
-     workspace could not be written; everything else was still done
+  1  a stream did not open or start, a block of the workspace was not understood, or frames, the
+     workspace, the trace or the dump could not be written; everything else was still done
   2  wrong usage: an unknown option or algorithm, a --set that does not fit its property
   3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
      nothing was opened

@@ -75,8 +75,8 @@ const char* sign(Diagnosable::Traffic kind) {
 
 } // namespace
 
-TraceFile::TraceFile(const std::string& path) :
-    file(create(path, "trace")), start(std::chrono::steady_clock::now()) {
+TraceFile::TraceFile(const std::string& tracePath) :
+    path(tracePath), file(create(path, "trace")), start(std::chrono::steady_clock::now()) {
     file.setf(std::ios::fixed);
     file.precision(6);
 }
@@ -107,6 +107,14 @@ void TraceFile::write(const std::string& label, Diagnosable::Traffic kind, std::
     } catch (const std::exception&) {
         // Short of memory, a line of the trace is lost and streaming goes on.
     }
+}
+
+bool TraceFile::isComplete() {
+    const std::lock_guard lock(mutex);
+    if (file.good())
+        return true;
+    printError("trace " + path + ": not complete, writing failed");
+    return false;
 }
 
 DumpFile::DumpFile(const std::string& dumpPath) : path(dumpPath), file(create(path, "dump")) {}

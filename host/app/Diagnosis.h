@@ -22,14 +22,18 @@ namespace Morvalin::App {
 class TraceFile {
 public:
     /// Without a path nothing is traced. Throws Refusal when the file cannot be written.
-    explicit TraceFile(const std::string& path);
+    explicit TraceFile(const std::string& tracePath);
 
     /// Traces the sessions, which must be closed. The file must outlive their connections.
     void attach(const Sessions& sessions);
 
+    /// False, with a line on standard error, when not everything could be written.
+    bool isComplete();
+
 private:
     void write(const std::string& label, Diagnosable::Traffic kind, std::string_view bytes);
 
+    const std::string path;
     std::mutex mutex;
     std::ofstream file;
     std::chrono::steady_clock::time_point start;

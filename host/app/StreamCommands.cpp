@@ -47,6 +47,7 @@ int streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& opt
     if (!options.dumpFile.empty())
         areFilesWritten = reports.dump.write(workspace.sessions()) && areFilesWritten;
     runner.close();
+    areFilesWritten = reports.trace.isComplete() && areFilesWritten;
     return areFilesWritten && runner.succeeded() && workspace.isUnderstood() ? Done : StreamFailed;
 }
 

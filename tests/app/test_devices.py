@@ -165,10 +165,11 @@ class Diagnosis(DeviceTest):
         status, _, err = self.finish(
             self.host(
                 *("stream", ALGORITHMS["aurora"], "--serial-port", "COM3=" + self.path("none")),
-                *("--set", "hardwareDevice=COM3", "--dump", dump),
+                *("--set", "hardwareDevice=COM3", "--dump", dump, "--trace", "/dev/full"),
             )
         )
         self.assertEqual(status, 1)
+        self.assertIn("trace /dev/full: not complete", err)
         self.assertIn("[4] NDI: Failed to probe device!", err)
         self.assertEqual(self.read(dump), "No device is connected.\n")
         for option in ("--dump", "--trace"):

@@ -39,10 +39,14 @@ std::unique_ptr<StreamItem> StreamItem::create(const PluginLoader& plugins, cons
         error = id + ": the algorithm makes no stream";
     if (streamAlgorithm == nullptr)
         return nullptr;
-    streamAlgorithm->compute();
-    if (streamAlgorithm->stream() != nullptr)
-        return std::unique_ptr<StreamItem>(new StreamItem(std::move(made), streamAlgorithm));
     error = id + ": the stream could not be created";
+    try {
+        streamAlgorithm->compute();
+        if (streamAlgorithm->stream() != nullptr)
+            return std::unique_ptr<StreamItem>(new StreamItem(std::move(made), streamAlgorithm));
+    } catch (const std::exception& exception) {
+        error += std::string(": ") + exception.what();
+    }
     return nullptr;
 }
 
