@@ -211,7 +211,7 @@ TEST(Streaming, WithoutInstrumentsEveryAnswerIsAFrame) {
 TEST(Streaming, NoAnswerIsTakenForTheNextCommands) {
     // Behind a late answer come those to later commands, one by one.
     const std::vector<std::string> table[] = {
-        {"no-answer@*#1", "late=8"}, {"cut=20@*#1", "late=8"},     {"late=105@*#1", "late=8"},
+        {"no-answer@*#1", "late=8"}, {"cut=20@*#1", "late=8"},     {"late=250@*#1", "late=8"},
         {"late=400@*#1", "late=8"},  {"late=1450@*#1", "late=60"}, {"late=2140@*#1"},
     };
     for (const bool isBinary : {true, false}) {
