@@ -93,7 +93,7 @@ struct DeviceRecord {
     std::uint8_t threadMode; // the reader thread is on; shared with it, read through an atomic_ref
 
     // TCP: how many commands may still be answered although their time-outs have passed, and the
-    // time-out of the last of them.
+    // time-out of the last of them, at most 600 ms.
     std::uint8_t unanswered;
     std::int32_t missedTimeoutMs;
 

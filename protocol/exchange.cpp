@@ -42,7 +42,7 @@ void dropLateAnswers(DeviceRecord& record) {
         discardWaiting(record.socket);
         return;
     }
-    const int ms = std::min(record.missedTimeoutMs, kMostLateMs);
+    const int ms = record.missedTimeoutMs;
     const bool came = discardLate(record.socket, std::min(6 * ms, kMostLateMs), ms);
     if (came && record.unanswered == 1) {
         record.unanswered = 0;
@@ -55,7 +55,7 @@ bool isOwnAnswer(DeviceRecord& record, bool isFollowed) {
     if (record.unanswered == 0) {
         return true;
     }
-    const int ms = std::min(record.missedTimeoutMs, kMostLateMs);
+    const int ms = record.missedTimeoutMs;
     const bool isOwn = !discardLate(record.socket, ms, ms) && !isFollowed;
     record.unanswered = isOwn ? 0 : 1;
     return isOwn;
@@ -63,7 +63,7 @@ bool isOwnAnswer(DeviceRecord& record, bool isFollowed) {
 
 void noteMissingAnswer(DeviceRecord& record) {
     record.unanswered = static_cast<std::uint8_t>(std::min(record.unanswered + 1, 255));
-    record.missedTimeoutMs = platform::getReceiveTimeout(record.socket);
+    record.missedTimeoutMs = std::min(platform::getReceiveTimeout(record.socket), kMostLateMs);
 }
 
 void dropOldReplies(DeviceRecord& record) {

@@ -98,8 +98,9 @@ bool Probe::answersInit() {
 std::int32_t Probe::reset() {
     serialSetTimeout(m_port, kResetMs);
     serialPurge(m_port, 3);
-    serialPurge(m_port, 3);
-    serialBreak(m_port);
+    if (serialPurge(m_port, 3) != 0 || serialBreak(m_port) != 0) {
+        return kBadLineSettings;
+    }
     return expect(kReset);
 }
 

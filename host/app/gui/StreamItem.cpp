@@ -1,5 +1,7 @@
 #include "app/gui/StreamItem.h"
 
+#include <exception>
+#include <string>
 #include <utility>
 
 #include <QTimer>
@@ -39,14 +41,15 @@ std::unique_ptr<StreamItem> StreamItem::create(const PluginLoader& plugins, cons
         error = id + ": the algorithm makes no stream";
     if (streamAlgorithm == nullptr)
         return nullptr;
-    error = id + ": the stream could not be created";
+    std::string reason;
     try {
         streamAlgorithm->compute();
         if (streamAlgorithm->stream() != nullptr)
             return std::unique_ptr<StreamItem>(new StreamItem(std::move(made), streamAlgorithm));
     } catch (const std::exception& exception) {
-        error += std::string(": ") + exception.what();
+        reason = std::string(": ") + exception.what();
     }
+    error = id + ": the stream could not be created" + reason;
     return nullptr;
 }
 
