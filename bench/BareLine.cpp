@@ -30,4 +30,10 @@ void BareLine::exchange(std::string_view request, std::size_t replyLength) {
     }
 }
 
+void BareLine::receiveNothing() {
+    if (recv(m_descriptor, m_buffer.data(), m_buffer.size(), MSG_DONTWAIT) >= 0) {
+        throw std::runtime_error("the bare line gives what nobody has asked for");
+    }
+}
+
 } // namespace bench

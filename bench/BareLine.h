@@ -19,6 +19,9 @@ public:
     /// Receives ask for a whole buffer each time, until so many bytes have come.
     void exchange(std::string_view request, std::size_t replyLength);
 
+    /// On a socket: one receive that does not wait, with nothing to receive.
+    void receiveNothing();
+
 private:
     const int m_descriptor;
     const Line m_kind;

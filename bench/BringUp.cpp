@@ -1,6 +1,5 @@
 #include "bench/Paired.h"
 #include "bench/Rig.h"
-#include "plugin/Resources.h"
 #include "simulator/Simulator.h"
 
 #include <chrono>
@@ -61,7 +60,7 @@ void run(benchmark::State& state, int tools) {
         pointAt(stream, simulator.port(), simulator.address());
         std::promise<std::chrono::steady_clock::time_point> first;
         bool isFirst = true;
-        stream.output.connect([&](const std::shared_ptr<Morvalin::Data>&) {
+        stream.output.connect([&](const std::shared_ptr<const Morvalin::Data>&) {
             if (std::exchange(isFirst, false)) {
                 first.set_value(std::chrono::steady_clock::now());
             }

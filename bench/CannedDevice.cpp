@@ -37,7 +37,7 @@ void loadTool(ndisim::Device& device, int handle) {
     const std::string digits = hex(handle, 2);
     execute(device, "PHRQ *********1****");
     for (int offset = 0; offset < 1024; offset += 64) {
-        execute(device, "PVWR " + digits + hex(offset, 4) + std::string(128, '0'));
+        execute(device, "PVWR " + digits + hex(offset, 4) + std::string(128, '3'));
     }
     execute(device, "PINIT " + digits);
     execute(device, "PENA " + digits + "D");

@@ -1,8 +1,8 @@
 #include "bench/CannedDevice.h"
 #include "bench/Paired.h"
 #include "protocol/crc.h"
-#include "protocol/decode.h"
 #include "protocol/record.h"
+#include "protocol/replies.h"
 
 #include <array>
 #include <cstring>

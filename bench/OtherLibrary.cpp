@@ -58,6 +58,11 @@ void run(benchmark::State& state) {
                 isGood &=
                     modbus_read_registers(client.get(), 0, registers, values.data()) == registers;
             }
+        },
+        [&] {
+            for (int i = 0; i < exchanges; ++i) {
+                line.receiveNothing();
+            }
         });
     modbus_close(client.get());
     if (!isGood) {

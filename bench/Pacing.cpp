@@ -37,11 +37,11 @@ public:
     WatchedStream() {
         times.reserve(100000);
         numbers.reserve(100000);
-        output.connect([this](const std::shared_ptr<Morvalin::Data>& data) {
+        output.connect([this](const std::shared_ptr<const Morvalin::Data>& data) {
             numbers.push_back(frameOf(static_cast<const Morvalin::TrackingStreamData&>(*data)));
         });
     }
-    ~WatchedStream() override { close(); } // while doWork() is still this one
+    ~WatchedStream() override { closeForGood(); } // while doWork() is still this one
 
     std::optional<WorkContinuation> doWork() override {
         times.push_back(Clock::now());

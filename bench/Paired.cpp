@@ -71,7 +71,7 @@ void report(benchmark::State& state, const std::string& name, std::vector<double
 }
 
 void compare(benchmark::State& state, int operations, const std::function<void()>& base,
-             const std::function<void()>& ours) {
+             const std::function<void()>& ours, const std::function<void()>& unit) {
     base(); // warms up
     ours();
     std::vector<double> baseTimes;
@@ -79,6 +79,8 @@ void compare(benchmark::State& state, int operations, const std::function<void()
     std::vector<double> ratios;
     std::vector<double> processorRatios;
     std::vector<double> added;
+    std::vector<double> unitTimes;
+    std::vector<double> addedUnits;
     for (auto _ : state) {
         // Who goes first alternates, so that a drift favours nobody.
         const bool oursFirst = ratios.size() % 2 == 1;
@@ -91,12 +93,20 @@ void compare(benchmark::State& state, int operations, const std::function<void()
         ratios.push_back(our.wall / bare.wall);
         processorRatios.push_back(our.processor / bare.processor);
         added.push_back(our.wall - bare.wall);
+        if (unit) {
+            unitTimes.push_back(costOf(unit, operations).wall);
+            addedUnits.push_back(added.back() / unitTimes.back());
+        }
     }
     report(state, "base_ns", std::move(baseTimes));
     report(state, "ours_ns", std::move(ourTimes));
     report(state, "ratio", std::move(ratios));
     report(state, "cpu_ratio", std::move(processorRatios));
     report(state, "added_ns", std::move(added));
+    if (unit) {
+        report(state, "unit_ns", std::move(unitTimes));
+        report(state, "added_units", std::move(addedUnits));
+    }
 }
 
 void addPaired(const Effort& effort, const std::string& name,

@@ -36,9 +36,10 @@ double quantile(std::vector<double>& values, double share);
 /// Runs the two blocks in turn, for every iteration once each, and enters "base_ns" and "ours_ns"
 /// (one operation), "ratio" and "added_ns" of each pair, and "cpu_ratio", of the processor time
 /// that all threads took: another program on the core does not count in it. `operations` are those
-/// of one block.
+/// of one block. With a third block, of as many operations that serve as a unit, "added_units" is
+/// what "added_ns" is in those of the same iteration.
 void compare(benchmark::State& state, int operations, const std::function<void()>& base,
-             const std::function<void()>& ours);
+             const std::function<void()>& ours, const std::function<void()>& unit = {});
 
 /// Registers a benchmark that calls compare().
 void addPaired(const Effort& effort, const std::string& name,

@@ -55,7 +55,7 @@ StreamRig<N>::StreamRig(const Scene& scene) :
     tools(scene.tools) {
     tools.registerAll(stream);
     pointAt(stream, peer.port(), peer.path());
-    stream.output.connect([this](const std::shared_ptr<Morvalin::Data>&) { ++frames; });
+    stream.output.connect([this](const std::shared_ptr<const Morvalin::Data>&) { ++frames; });
     // The hook starts the device without a worker: the benchmark itself calls doWork().
     if (!stream.open() || !stream.startImpl()) {
         throw std::runtime_error("the stream does not start");

@@ -1,7 +1,7 @@
 #include "fuzz/Peer.h"
 
 #include "fuzz/Input.h"
-#include "simulator/Crc.h"
+#include "simulator/Texts.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -16,6 +16,10 @@ namespace fuzz {
 namespace {
 
 Peer* current = nullptr;
+
+/// The library's clock: it moves when something is waited for in vain, by the length of the wait.
+std::int64_t clockMs = 1;
+constexpr int blockingWaitMs = 100;
 
 /// The fuzzer's own clock interrupts system calls, and they are not taken up again by themselves.
 template <typename Call>
@@ -58,9 +62,15 @@ Peer::Peer(Kind kind) {
 Peer::~Peer() {
     if (m_path.empty())
         hangUp(); // first, so that the port number is free again at once
-    deviceCloseNetwork(m_record);
+    if (m_closesRecord)
+        deviceCloseNetwork(m_record);
     hangUp();
     current = nullptr;
+}
+
+DeviceRecord* Peer::handOver() {
+    m_closesRecord = false;
+    return m_record;
 }
 
 void Peer::openTcp() {
@@ -110,9 +120,9 @@ void Peer::say(std::deque<std::string> pieces, End end) {
 
 void Peer::answerAll(Answer answer) {
     m_answer = std::move(answer);
-    const auto onTraffic = [](bool wasSent, const char* bytes, int length, void* self) {
+    const auto onTraffic = [](DeviceTraffic traffic, const char* bytes, int length, void* self) {
         Peer& peer = *static_cast<Peer*>(self);
-        if (!wasSent)
+        if (traffic != DeviceTraffic::sent)
             return;
         std::string reply = peer.m_answer({bytes, static_cast<std::size_t>(length - 1)});
         if (reply.empty())
@@ -178,16 +188,27 @@ int __wrap_poll(pollfd* descriptors, nfds_t count, int timeout) {
     const int ready = __real_poll(descriptors, count, 0);
     if (ready != 0)
         return ready;
-    return fuzz::current->isAboutToWait() ? __real_poll(descriptors, count, 1000) : 0;
+    if (fuzz::current->isAboutToWait())
+        return __real_poll(descriptors, count, 1000);
+    fuzz::clockMs += timeout;
+    return 0;
 }
 
 ssize_t __wrap_recv(int socket, void* buffer, std::size_t size, int flags) {
     if (fuzz::current == nullptr || (flags & MSG_DONTWAIT) != 0)
         return __real_recv(socket, buffer, size, flags);
     const ssize_t got = __real_recv(socket, buffer, size, flags | MSG_DONTWAIT);
-    if (got >= 0 || errno != EAGAIN || !fuzz::current->isAboutToWait())
+    if (got >= 0 || errno != EAGAIN)
         return got;
-    return __real_recv(socket, buffer, size, flags);
+    if (fuzz::current->isAboutToWait())
+        return __real_recv(socket, buffer, size, flags);
+    fuzz::clockMs += fuzz::blockingWaitMs;
+    errno = EAGAIN;
+    return got;
+}
+
+std::int64_t __wrap__ZN8protocol8platform5nowMsEv() {
+    return fuzz::clockMs;
 }
 
 int __wrap_nanosleep(const timespec* duration, timespec* left) {

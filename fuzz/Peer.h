@@ -30,6 +30,8 @@ public:
 
     /// Null for a bare port.
     DeviceRecord* record() const { return m_record; }
+    /// The same, which the caller closes from now on, before the peer goes.
+    DeviceRecord* handOver();
     const std::string& path() const { return m_path; }
 
     /// What the next waits get, piece by piece, and what comes then. An empty piece is a wait in
@@ -54,6 +56,7 @@ private:
     void hangUp();
 
     DeviceRecord* m_record = nullptr;
+    bool m_closesRecord = true;
     int m_descriptor = -1;
     std::string m_path;
     std::deque<std::string> m_pieces;

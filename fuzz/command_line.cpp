@@ -5,8 +5,7 @@
 #include "fuzz/StreamFamilies.h"
 
 #include "app/Options.h"
-#include "app/Refusal.h"
-#include "app/Settings.h"
+#include "session/Refusal.h"
 
 #include <morvalincore/Log.h>
 
@@ -42,7 +41,8 @@ void apply(const App::Options& options, unsigned family) {
 
 void check(const App::Options& options) {
     expect(options.logLevel >= 1 && options.logLevel <= 4, "the log level is one");
-    expect(options.frames.value_or(1) > 0 && options.seconds.value_or(1) > 0, "limits are limits");
+    expect(options.limits.frames.value_or(1) > 0 && options.limits.seconds.value_or(1) > 0,
+           "limits are limits");
     for (const App::Tool& tool : options.tools)
         expect(!tool.path.empty() && tool.port >= 0, "tools have a file and a port");
     for (const App::SerialPort& port : options.serialPorts)

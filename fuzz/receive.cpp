@@ -22,6 +22,7 @@ constexpr const char* kCommands[] = {
     "TX 0001",    "BX",         "BEEP:1",      "VGET:0",
 };
 constexpr std::size_t kReset = std::size(kCommands);
+constexpr int timeOut = 0x400;
 
 std::deque<std::string> cut(std::string answer, std::string_view cuts) {
     std::deque<std::string> pieces;
@@ -44,9 +45,13 @@ bool expectsBinary(std::string_view command) {
 void checkRecovery(Peer& peer) {
     peer.sendLate();
     peer.answerAll([](std::string_view) { return fuzz::sealed("OKAY", false); });
-    const std::string_view reply = deviceCommand(peer.record(), "BEEP:%d", 1);
-    expect(deviceGetError(peer.record()) == 0 && reply == "OKAY",
-           "the next command gets its own answer");
+    // Nothing is sent for a while after an answer that did not come whole.
+    for (int tries = 0; tries == 0 || deviceGetError(peer.record()) == timeOut; ++tries) {
+        const std::string_view reply = deviceCommand(peer.record(), "BEEP:%d", 1);
+        expect(tries < 8, "the link comes back into step");
+        expect(deviceGetError(peer.record()) == timeOut || reply == "OKAY",
+               "the next command gets its own answer");
+    }
 }
 
 void search(std::deque<std::string> pieces) {

@@ -7,7 +7,7 @@
 #include "fuzz/Peer.h"
 #include "streams/internal/DeviceConnection.h"
 #include "streams/internal/Measurement.h"
-#include "streams/internal/OperatingVolumes.h"
+#include "streams/internal/OpenDevice.h"
 #include "streams/internal/ToolSetup.h"
 
 #include <morvalincore/Log.h>
@@ -46,8 +46,7 @@ std::string nextAnswer(Input& input, std::string_view command, bool answersAll) 
 void measure(NDIConnectionData& connection, Measurement::Instruments& instruments,
              unsigned binaryOptions) {
     Measurement measurement(connection, instruments);
-    measurement.query(binaryOptions);
-    if (!measurement.isNewFrame())
+    if (!measurement.query(binaryOptions) || !measurement.isNewFrame())
         return;
     const auto markers = measurement.strayMarkers();
     expect(markers->positions.size() == markers->identifiers.size() &&
@@ -76,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         return nextAnswer(input, command, (choice & AnswersAll) != 0);
     });
     NDIConnectionData connection(NDIConnectionData::ConnectionType::TcpIp, "");
-    connection.device = peer.record();
+    connection.device = std::make_unique<OpenDevice>(peer.handOver());
     connection.binaryQueryMode = (choice & Binary) != 0;
     deviceSetErrorCallback(peer.record(), logDeviceError, nullptr);
     Measurement::Instruments instruments;
@@ -86,7 +85,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     Guarded<std::optional<std::string>> mainId(std::string("1-610029"));
     queryDeviceVolumes(connection);
     expect(connection.operatingVolumes.size() <= 10, "a digit counts the volumes");
-    setUp({peer.record(), instruments, tools, mainId, connection.dummyToolPortHandle}, isAurora);
+    setUp({*connection.device, instruments, tools, mainId, connection.dummyToolPortHandle},
+          isAurora);
     for (int frame = 0; frame < 3; ++frame)
         measure(connection, instruments, isAurora ? 0x0801 : 0x180F);
     return 0;

@@ -4,7 +4,8 @@
 #include "fuzz/MemoryFile.h"
 #include "fuzz/Peer.h"
 #include "simulator/Device.h"
-#include "streams/internal/ToolDefinition.h"
+#include "streams/internal/OpenDevice.h"
+#include "streams/internal/ToolCommands.h"
 
 #include <stdexcept>
 #include <vector>
@@ -34,20 +35,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     ndisim::Device device = readyDevice();
     fuzz::Peer peer(fuzz::Peer::Kind::Tcp);
     peer.answerAll([&](std::string_view command) { return device.execute(command).bytes; });
-    const std::string allocate = "PHRQ:*********1****";
     std::vector<std::uint8_t> wanted(bytes, bytes + std::min<std::size_t>(size, 1024));
     wanted.resize(1024);
 
-    deviceCommand(peer.record(), "%s", allocate.c_str());
+    deviceCommand(peer.record(), "PHRQ:*********1****");
     const int first = devicePhrqHandle(peer.record());
     expect(deviceUploadRom(peer.record(), first, file.path().c_str()) == 0, "the file is sent");
     expect(device.loadedImage(first) == wanted, "the device holds the file");
 
-    deviceCommand(peer.record(), "%s", allocate.c_str());
-    const int second = devicePhrqHandle(peer.record());
+    Morvalin::OpenDevice opened(peer.handOver());
+    const std::int32_t second = Morvalin::requestPortHandle(opened);
     std::int32_t partNumber = -1;
     try {
-        expect(Morvalin::uploadToolDefinition(peer.record(), second, file.path(), partNumber) == 0,
+        expect(Morvalin::uploadToolDefinition(opened, second, file.path(), partNumber) == 0,
                "the definition is sent");
         checkPartNumber(partNumber, wanted);
     } catch (const std::out_of_range&) {

@@ -8,7 +8,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include <morvalincore/Log.h>
+#include <morvalincore/LogText.h>
 #include <morvalincore/Properties.h>
 #include <morvalingui/PropertiesWidget.h>
 #include <morvalingui/QtHelpers.h>
@@ -16,7 +16,6 @@
 
 #include "gui/ROMLoadingDialog.h"
 #include "streams/PolarisAuroraTrackingStream.h"
-#include "streams/internal/LogText.h"
 
 namespace Morvalin {
 

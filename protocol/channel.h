@@ -18,38 +18,36 @@ struct Command {
 Command frameCommand(DeviceRecord& record, const char* format, std::va_list arguments)
     NDI_PRINTF_FORMAT(2, 0);
 
+// What the end of a reply says of the rest.
+struct ReplyCheck {
+    std::string_view data; // without CRC and CR
+    bool isBinary = false;
+    bool isGood = false; // long enough, and its CRC fits
+};
+
+// A device that refuses a binary command answers in text.
+ReplyCheck checkReply(std::string_view raw, bool expectsBinary);
+
 // A reply as received, in a buffer that was given for it. With an error, there is none.
 struct Received {
-    int length = 0;
     std::int32_t error = 0;
-    int arrived = 0; // TCP: length, and what came in one piece with the end of the reply
+    ReplyCheck check = {};
 };
 
 // Sends a command and receives its reply into a buffer of kBufferSize, which it terminates. Sets
-// nothing in the record that the application reads: the reader thread uses it too.
-//
-// What is received late is not taken for this command's answer: over TCP, where nothing can be
-// purged, a command that follows one without an answer waits for it first, up to six time-outs and
-// at most 600 ms, and looks for a second answer behind its own.
-Received exchange(DeviceRecord& record, std::string_view command, bool binary, char* buffer);
+// nothing in the record that the application reads: the reader thread uses it too. Over TCP nothing
+// is sent while the link is out of step (see Link); TSTOP is, so that no device is left tracking.
+Received exchange(DeviceRecord& record, const Command& command, char* buffer);
 
-// Only receives.
-Received receiveReply(const DeviceRecord& record, bool binary, char* buffer);
-
-// Checks the CRC of the raw reply and copies what it covers into the reply buffer.
-//   result  the length of that; -1 when an error was set
-int checkReply(DeviceRecord& record, int received, bool binary);
+// Only waits for the text with which a device tells that it has begun anew.
+//   result  "RESET"; empty if another text comes, or none
+std::string_view receiveResetReport(DeviceRecord& record, char* buffer);
 
 // Stores a good reply by the name of its command.
 void storeReply(DeviceRecord& record, const Command& command, std::string_view reply);
 
-// Sets the host's side of a serial line as a COMM command has set the device's.
-void applyCommSettings(DeviceRecord& record, std::string_view command);
-
-// Resets the device by a break (serial) or waits for its reset report (network).
-void resetDevice(DeviceRecord& record);
-
-// Pauses as long as the record's transport does.
-void pauseTransport(const DeviceRecord& record, int ms);
+// What a good reply changes besides the stores: COMM sets the host's side of a serial line as it
+// has set the device's, behind INIT the device needs a pause.
+void applyEffects(DeviceRecord& record, const Command& command);
 
 } // namespace protocol

@@ -1,6 +1,10 @@
+#include "protocol/channel.h"
 #include "protocol/crc.h"
 #include "protocol/errors.h"
 #include "protocol/reader_thread.h"
+#include "protocol/replies.h"
+#include "protocol/reply_framing.h"
+#include "protocol/transport.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,6 +15,17 @@ namespace {
 
 // What four CRC digits, CR and the terminating zero leave of the buffer.
 constexpr int kMaxCommandText = kBufferSize - 6;
+
+using Decoder = void (*)(DeviceRecord& record, const Reply& reply);
+
+constexpr struct {
+    std::string_view name;
+    Decoder decode;
+} kDecoders[] = {
+    {"GX", decodeGx},       {"BX", decodeBx},       {"TX", decodeTx},
+    {"IRCHK", decodeIrchk}, {"PHINF", decodePhinf}, {"PHRQ", decodePhrq},
+    {"PHSR", decodePhsr},   {"PSTAT", decodePstat}, {"SSTAT", decodeSstat},
+};
 
 bool isNameCharacter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
@@ -35,10 +50,24 @@ void followTracking(DeviceRecord& record, std::string_view name) {
 Received sendDirectly(DeviceRecord& record, const Command& command) {
     takeConnection(record);
     followTracking(record, command.name);
-    const Received received =
-        exchange(record, command.text, command.expectsBinary, record.rawReply);
+    const Received received = exchange(record, command, record.rawReply);
     giveConnection(record);
     return received;
+}
+
+// What was received stands in the reply even when its CRC does not fit. False when an error was
+// set; a device's error may have the code 0.
+bool acceptReply(DeviceRecord& record, const ReplyCheck& check) {
+    const std::size_t length = check.data.copy(record.reply, check.data.size());
+    if (!check.isBinary) {
+        record.reply[length] = '\0';
+    }
+    const std::int32_t deviceError = deviceErrorIn(record.reply, static_cast<int>(length));
+    if (!check.isGood || deviceError >= 0) {
+        setError(record, check.isGood ? deviceError : kBadCrc);
+        return false;
+    }
+    return true;
 }
 
 void run(DeviceRecord& record, const Command& command) {
@@ -46,15 +75,38 @@ void run(DeviceRecord& record, const Command& command) {
                                                                   : sendDirectly(record, command);
     if (received.error != 0) {
         setError(record, received.error);
-        return;
+    } else if (acceptReply(record, received.check)) {
+        applyEffects(record, command);
+        storeReply(record, command, {record.reply, received.check.data.size()});
     }
-    const int length = checkReply(record, received.length, command.expectsBinary);
-    if (length >= 0) {
-        storeReply(record, command, {record.reply, static_cast<std::size_t>(length)});
+}
+
+// By a break over a serial line; over TCP the report is only waited for.
+void resetDevice(DeviceRecord& record) {
+    takeConnection(record);
+    record.tracking = 0;
+    if (isSerial(record)) {
+        serialSetLine(record.serialPort, 9600, "8N1", false);
+        serialPurge(record.serialPort, 3);
+        serialBreak(record.serialPort);
+    }
+    const std::string_view report = receiveResetReport(record, record.rawReply);
+    record.reply[report.copy(record.reply, report.size())] = '\0';
+    if (report.empty()) {
+        setError(record, kNoReset);
     }
 }
 
 } // namespace
+
+void protocol::storeReply(DeviceRecord& record, const Command& command, std::string_view reply) {
+    for (const auto& [name, decode] : kDecoders) {
+        if (name == command.name) {
+            decode(record, {command.text, reply});
+            return;
+        }
+    }
+}
 
 Command protocol::frameCommand(DeviceRecord& record, const char* format, std::va_list arguments) {
     char* buffer = record.commandBuffer;

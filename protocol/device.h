@@ -27,15 +27,19 @@
 //          ask again.
 //   0x200  no connection (probe: the port could not be opened)
 //   0x300  the host cannot apply the line settings that a COMM command has just given the device
-//   0x400  no answer, or not all of the command could be written, within the time-out; over TCP
-//          also when the peer has closed the connection, the next commands then give 0x500
+//   0x400  no answer, or not all of the command could be written, within the time-out; a reply that
+//          lasts longer than 10 s (TCP) or 30 s (serial); over TCP also a command that was not sent
+//          because an earlier answer is still outstanding (see deviceSetNetworkTimeout), and when
+//          the peer has closed the connection, the next commands then give 0x500
 //   0x500  writing failed   } the line or the peer is gone: close and open again
 //   0x600  reading failed   }
 //   0x700  the device did not report a reset after a break
 //   0x800  (probe only) no measurement system on this port
 //
 // A failed command leaves every stored reply as it was, so accessors go on answering from the last
-// good reply. deviceErrorText gives the text of a code.
+// good reply. So do two replies that are no error: "ERROR" with the code 00, of which only the
+// callback is told, and to BX one that does not begin with C4 A5. deviceErrorText gives the text of
+// a code.
 //
 // Limits: a command text is cut at 2,042 characters. A reply is at most 2,047 bytes; a longer one
 // (14 tools with four markers each and 50 stray markers, say) ends in 0x100. A tracking reply keeps
@@ -68,11 +72,15 @@ inline constexpr int NDI_MAX_HANDLES = 24;
 // Called with the code, its text (never null, constant) and the pointer given with the callback.
 using DeviceErrorCallback = void (*)(std::int32_t code, const char* text, void* userData);
 
-// Shown the bytes of every command that is about to be sent and of every reply as received, on the
-// thread that moves them: the caller's, or the reader thread's. An empty reply is one that did not
-// come whole. A reset on break shows its reply only. The function must neither throw nor use the
-// record.
-using DeviceTraceCallback = void (*)(bool wasSent, const char* bytes, int length, void* userData);
+// What a trace is shown: the bytes of a command that is about to be sent; of a reply as received,
+// none if it did not come whole; of an answer, or a part of one, that came too late for its command
+// or behind another answer and is thrown away.
+enum class DeviceTraffic : std::int32_t { sent, received, dropped };
+
+// Called on the thread that moves the bytes: the caller's, or the reader thread's. A reset on break
+// shows its reply only. The function must neither throw nor use the record.
+using DeviceTraceCallback = void (*)(DeviceTraffic traffic, const char* bytes, int length,
+                                     void* userData);
 
 // All that belongs to one connection. The fields are public for diagnosis and tests; programs use
 // the operations below. Text stores keep the device's characters at fixed width and are terminated
@@ -92,10 +100,7 @@ struct DeviceRecord {
     std::uint8_t tracking;   // TSTART was sent, and neither TSTOP nor INIT since
     std::uint8_t threadMode; // the reader thread is on; shared with it, read through an atomic_ref
 
-    // TCP: how many commands may still be answered although their time-outs have passed, and the
-    // time-out of the last of them, at most 600 ms.
-    std::uint8_t unanswered;
-    std::int32_t missedTimeoutMs;
+    void* link; // TCP: which answers may still come although nobody waits for them any more
 
     // The reader thread and what it shares with the application side. Null while it is off.
     void* thread;
@@ -215,25 +220,33 @@ DeviceRecord* deviceOpenSerial(const char* name);
 DeviceRecord* deviceOpenNetwork(const char* host, std::uint16_t port);
 
 // Close a connection and release its record; the line settings that the port had before it was
-// opened come back. Thread mode is switched off first, which waits for the exchange in progress.
-// Sends nothing. A null record is ignored.
+// opened come back, if it was among the first four that were open at a time. Thread mode is
+// switched off first, which waits for the exchange in progress. Sends nothing. A null record is
+// ignored.
 void deviceCloseSerial(DeviceRecord* record);
 void deviceCloseNetwork(DeviceRecord* record);
 
 // Asks whether a measurement system answers on a serial port. A system that does not answer at
-// 9600 baud is reset by a break, which takes up to 7 s. The port is closed and restored before the
-// call returns.
+// 9600 baud is reset by a break and asked again: the call may last 14.7 s, 7 s for each of the two
+// waits behind the break (longer with a device that falls silent only after these, or sends its
+// answer byte by byte). The port is closed and restored before the call returns.
 //   name    as for deviceOpenSerial
 //   result  0 a system answers; 0x200 the port cannot be opened; 0x300 it refuses the settings;
 //           0x400 no answer; 0x500, 0x600 writing, reading failed; 0x800 nothing attached (no DSR
 //           signal: nothing is written then) or something else answers
 int deviceProbePort(const char* name);
 
-// Sets how long a reply over TCP is waited for. Less than 1 ms changes nothing.
+// Sets how long each piece of a reply over TCP is waited for; the reply as a whole has 10 s from
+// its first piece on. Less than 1 ms changes nothing.
 //
-// A reply that comes later is not taken for the next command's: that one first waits for it, up to
-// six time-outs and at most 600 ms. If it has not come by then, the next command's reply counts
-// only if no other one follows within a time-out; else that command ends in 0x400 too.
+// An answer over TCP does not say which command it belongs to. So when one has not come in time,
+// nothing is sent before it has come or is given up: the next command waits for it for up to
+// 600 ms, drops it and is sent then. If it has not come, that command fails with 0x400 without
+// having been sent, and so do later ones, until nothing has come for 2 s. Only TSTOP is sent all
+// the same, so that a device is not left tracking; it fails with 0x400 unless all outstanding
+// answers come before its own. After a reply with a bad CRC, the line must have been quiet for one
+// time-out (at most 600 ms) before the next command is sent. No answer is taken for another's,
+// unless it comes more than 2 s after its time-out, or behind damaged bytes and after such a pause.
 void deviceSetNetworkTimeout(DeviceRecord* record, int ms);
 
 // ---- Command channel ---------------------------------------------------------------------------
@@ -267,9 +280,11 @@ void deviceSetTraceCallback(DeviceRecord* record, DeviceTraceCallback callback, 
 // first reply after a changed command is skipped. Other commands pause the thread meanwhile.
 //   - The hand-over is text: a reply ends at its first zero byte, so BX replies practically always
 //     fail with 0x100. Use TX.
-//   - Any error ends the thread. The next tracking command reports it; those after it time out with
-//     0x400 after 5 s, other commands still work. An error in the skipped reply is never reported:
-//     only the time-out is. Switch the mode off and on to go on.
+//   - A time-out and a failed write or read end the thread, and so does the device's "ERROR" over a
+//     serial line; over TCP that one does not, nor does a bad CRC. The next tracking command
+//     reports it; those after it time out with 0x400 after 5 s, other commands still work. An error
+//     in the skipped reply is never reported: only the time-out is. Switch the mode off and on to
+//     go on.
 //   - Off waits without limit for the exchange in progress: set a network time-out.
 // If the thread cannot be made, the mode stays off.
 void deviceSetThreadMode(DeviceRecord* record, bool on);
@@ -399,8 +414,8 @@ int deviceSstatTiu(const DeviceRecord* record);
 bool deviceIrchkDetected(const DeviceRecord* record);
 
 // The infrared sources that one side (0, 1) of the sensor saw: their number (0 when there is none,
-// or it is outside 0 to 20), and the two angles of each. deviceIrchkSource returns 0, or 2 when
-// there is no such source.
+// or it is outside 0 to 20), and the two angles of each, as the device gives them: in radians, to
+// 0.01. deviceIrchkSource returns 0, or 2 when there is no such source.
 int deviceIrchkSourceCount(const DeviceRecord* record, int side);
 int deviceIrchkSource(const DeviceRecord* record, int side, int index, double* position);
 

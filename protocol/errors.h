@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// The codes that the library itself sets; the texts are in error_text.cpp.
+// The codes that the library itself sets; the texts are in errors.cpp.
 namespace protocol {
 
 inline constexpr std::int32_t kBadCrc = 0x100;

@@ -1,9 +1,11 @@
 #include "protocol/net.h"
 
 #include "protocol/platform/platform.h"
-#include "protocol/read_loop.h"
 #include "protocol/record.h"
 #include "protocol/transport.h"
+
+#include <algorithm>
+#include <cstring>
 
 using namespace protocol;
 using platform::Transfer;
@@ -13,45 +15,47 @@ namespace {
 // Lack of buffers passes; a system that stays without them must not keep the caller for ever.
 constexpr int kMaxBufferWaits = 5000;
 
-// A peer that never stops sending must not keep a command from being sent: 1 MiB is far more than
-// all that can be late.
-constexpr int kMaxDiscards = 256;
-constexpr int kDiscardSize = 4096;
-
-// Nor one that sends a little at a time.
-constexpr int kMaxLatePieces = 20;
-
-class SocketSource final : public ByteSource {
-public:
-    SocketSource(std::int64_t socket, std::int32_t* error) : m_socket(socket), m_error(error) {}
-
-    int receive(char* buffer, int max) override {
-        for (int waits = 0; waits < kMaxBufferWaits; ++waits) {
-            const Transfer got = platform::receiveFrom(m_socket, buffer, max);
-            if (got.systemError != 0 && m_error != nullptr) {
-                *m_error = got.systemError;
-            }
-            if (got.fault == Transfer::Fault::none) {
-                m_arrived += got.count;
-                return got.count;
-            }
-            if (got.fault != Transfer::Fault::noBuffers) {
-                return -1;
-            }
-            netSleep(1);
-        }
-        return -1;
-    }
-
-    int arrived() const { return m_arrived; }
-
-private:
-    std::int64_t m_socket;
-    std::int32_t* m_error;
-    int m_arrived = 0;
-};
+// A peer that sends a little at a time must not keep a command for ever.
+constexpr int kReplyLimitMs = 10000;
 
 } // namespace
+
+int SocketSource::leftMs() {
+    const std::int64_t now = platform::nowMs();
+    if (m_endMs == 0) {
+        m_endMs = now + kReplyLimitMs;
+    }
+    const int left = static_cast<int>(std::max<std::int64_t>(0, m_endMs - now));
+    const int timeout = platform::getReceiveTimeout(m_socket);
+    return timeout == 0 ? left : std::min(left, timeout);
+}
+
+int SocketSource::receive(char* buffer, int max) {
+    for (int waits = 0; waits < kMaxBufferWaits; ++waits) {
+        const Transfer got = m_arrived == 0
+                                 ? platform::receiveFrom(m_socket, buffer, max)
+                                 : platform::receiveWithin(m_socket, buffer, max, leftMs());
+        if (got.systemError != 0 && m_error != nullptr) {
+            *m_error = got.systemError;
+        }
+        if (got.fault == Transfer::Fault::none) {
+            m_arrived += got.count;
+            m_hasEnded = got.count == 0 && got.systemError == 0;
+            return got.count;
+        }
+        if (got.fault != Transfer::Fault::noBuffers) {
+            m_hasEnded = true;
+            return -1;
+        }
+        netSleep(1);
+    }
+    return -1;
+}
+
+void SocketSource::keepBeyond(const char* bytes, int length) {
+    m_beyondLength = std::min(length, kMaxChunk);
+    std::memcpy(m_beyond, bytes, static_cast<std::size_t>(m_beyondLength));
+}
 
 std::int64_t netConnect(const char* host, std::uint16_t port) {
     if (host == nullptr || !platform::startSockets()) {
@@ -100,33 +104,4 @@ void netSleep(int ms) {
 
 int netPurge(std::int64_t) {
     return 0;
-}
-
-void protocol::discardWaiting(std::int64_t socket) {
-    char dropped[kDiscardSize];
-    for (int i = 0; i < kMaxDiscards; ++i) {
-        if (platform::receiveWithin(socket, dropped, kDiscardSize, 0) < kDiscardSize) {
-            return;
-        }
-    }
-}
-
-bool protocol::discardLate(std::int64_t socket, int ms, int quietMs) {
-    char dropped[kDiscardSize];
-    if (platform::receiveWithin(socket, dropped, kDiscardSize, ms) == 0) {
-        return false;
-    }
-    int pieces = 1;
-    while (pieces < kMaxLatePieces &&
-           platform::receiveWithin(socket, dropped, kDiscardSize, quietMs) > 0) {
-        ++pieces;
-    }
-    return true;
-}
-
-int protocol::readCounting(std::int64_t socket, char* buffer, int max, bool binary, int& arrived) {
-    SocketSource source(socket, nullptr);
-    const int length = readReply(source, buffer, max, binary);
-    arrived = source.arrived();
-    return length;
 }

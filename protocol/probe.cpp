@@ -1,3 +1,5 @@
+#include "protocol/probe.h"
+
 #include "protocol/device.h"
 #include "protocol/errors.h"
 #include "protocol/record.h"
@@ -5,11 +7,12 @@
 
 #include <string_view>
 
+std::atomic<int> protocol::probeAnswerMs = 100;
+
 using namespace protocol;
 
 namespace {
 
-constexpr int kAnswerMs = 100;
 constexpr int kResetMs = 7000;
 constexpr int kPauseMs = 100;
 
@@ -72,7 +75,7 @@ std::int32_t Probe::run() {
         return kNotFound;
     }
     if (serialSetLine(m_port, 9600, "8N1", false) != 0 ||
-        serialSetTimeout(m_port, kAnswerMs) != 0) {
+        serialSetTimeout(m_port, probeAnswerMs) != 0) {
         return kBadLineSettings;
     }
     serialPurge(m_port, 3);

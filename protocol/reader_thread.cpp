@@ -55,8 +55,8 @@ bool runOnce(DeviceRecord& record) {
         platform::sleepMs(kIdleMs);
         return true;
     }
-    const Received received =
-        exchange(record, record.threadCommand, record.threadBinary != 0, record.threadReply);
+    const Command command = {record.threadCommand, {}, record.threadBinary != 0};
+    const Received received = exchange(record, command, record.threadReply);
     handOver(record, received.error);
     return received.error == 0;
 }
@@ -139,16 +139,17 @@ Received protocol::takeFromThread(DeviceRecord& record, const Command& command) 
         runMutex(record).give();
         // This one may still answer the old command.
         if (!replyEvent(record).waitFor(kReplyLimit)) {
-            return {0, kTimeout};
+            return {kTimeout};
         }
     }
     if (!replyEvent(record).waitFor(kReplyLimit)) {
-        return {0, kTimeout};
+        return {kTimeout};
     }
     const std::lock_guard lock(replyMutex(record));
-    const std::size_t length = std::strlen(record.threadHandover);
-    std::memcpy(record.rawReply, record.threadHandover, length + 1);
-    return {static_cast<int>(length), record.threadError};
+    const std::string_view handedOver(record.threadHandover);
+    std::memcpy(record.rawReply, record.threadHandover, handedOver.size() + 1);
+    return {record.threadError,
+            checkReply({record.rawReply, handedOver.size()}, command.expectsBinary)};
 }
 
 void protocol::takeConnection(DeviceRecord& record) {

@@ -1,5 +1,7 @@
 #include "protocol/record.h"
 
+#include "protocol/link.h"
+
 #include <new>
 #include <type_traits>
 
@@ -15,10 +17,11 @@ DeviceRecord* allocateRecord() {
     record->serialPort = kNoHandle;
     record->socket = kNoHandle;
     record->tcpPort = -1;
+    record->link = new (std::nothrow) Link;
     record->commandBuffer = new (std::nothrow) char[kBufferSize]();
     record->rawReply = new (std::nothrow) char[kBufferSize]();
     record->reply = new (std::nothrow) char[kBufferSize]();
-    if (!record->commandBuffer || !record->rawReply || !record->reply) {
+    if (!record->link || !record->commandBuffer || !record->rawReply || !record->reply) {
         freeRecord(record);
         return nullptr;
     }
@@ -26,6 +29,7 @@ DeviceRecord* allocateRecord() {
 }
 
 void freeRecord(DeviceRecord* record) {
+    delete static_cast<Link*>(record->link);
     delete[] record->deviceName;
     delete[] record->hostName;
     delete[] record->commandBuffer;

@@ -1,10 +1,13 @@
+#include "protocol/device.h"
 #include "protocol/platform/platform.h"
-#include "protocol/read_loop.h"
+#include "protocol/port_names.h"
 #include "protocol/record.h"
-#include "protocol/saved_settings.h"
+#include "protocol/reply_framing.h"
 #include "protocol/transport.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <mutex>
 #include <optional>
 #include <string_view>
 
@@ -20,6 +23,9 @@ constexpr platform::PortTimeouts kOpenTimeouts = {5000, 2};
 
 // A device driver that cancels every transfer must not keep the caller for ever.
 constexpr int kMaxAborts = 1000;
+
+// Nor a device that sends a byte now and then: the longest reply takes 3 s at the slowest rate.
+constexpr int kReplyLimitMs = 30000;
 
 constexpr int kRates[] = {9600, 14400, 19200, 38400, 57600, 115200, 230400, 921600, 1228739};
 constexpr int kFastestRate = 1228739;
@@ -42,11 +48,54 @@ std::optional<LineFormat> parseFormat(int baud, std::string_view format, bool ha
                       static_cast<LineFormat::Parity>(parity), format[2] - '0', handshake};
 }
 
+struct Slot {
+    std::intptr_t port = kNoHandle;
+    platform::PortState state;
+};
+
+Slot slots[4];
+std::mutex slotsMutex;
+
+std::optional<platform::PortState> takeFromSlot(std::intptr_t port) {
+    const std::lock_guard lock(slotsMutex);
+    for (Slot& slot : slots) {
+        if (slot.port == port) {
+            slot.port = kNoHandle;
+            return slot.state;
+        }
+    }
+    return std::nullopt;
+}
+
+// Keeps the settings found on a port until it is closed. There are four places.
+void saveSettings(std::intptr_t port, const platform::PortState& state) {
+    const std::lock_guard lock(slotsMutex);
+    const auto slot = std::find_if(std::begin(slots), std::end(slots), [port](const Slot& each) {
+        return each.port == kNoHandle || each.port == port;
+    });
+    if (slot != std::end(slots)) {
+        *slot = {port, state};
+    }
+}
+
+void restoreSettings(std::intptr_t port) {
+    if (const auto state = takeFromSlot(port)) {
+        platform::restoreState(port, *state);
+    }
+}
+
+void forgetSettings(std::intptr_t port) {
+    takeFromSlot(port);
+}
+
 class SerialSource final : public ByteSource {
 public:
     explicit SerialSource(std::intptr_t port) : m_port(port) {}
 
     int receive(char* buffer, int max) override {
+        if (isOverdue()) {
+            return 0;
+        }
         for (int aborts = 0; aborts < kMaxAborts; ++aborts) {
             const Transfer got = platform::readPort(m_port, buffer, max);
             if (got.fault == Transfer::Fault::none) {
@@ -64,7 +113,16 @@ public:
     }
 
 private:
+    bool isOverdue() {
+        const std::int64_t now = platform::nowMs();
+        if (m_endMs == 0) {
+            m_endMs = now + kReplyLimitMs;
+        }
+        return now >= m_endMs;
+    }
+
     std::intptr_t m_port;
+    std::int64_t m_endMs = 0; // of the reply
 };
 
 bool prepareForDevice(std::intptr_t port, const platform::PortState& found) {
@@ -79,6 +137,22 @@ bool prepareForDevice(std::intptr_t port, const platform::PortState& found) {
 }
 
 } // namespace
+
+PortName protocol::formatPortName(int index) {
+    PortName name;
+    const long long number = index + 1LL;
+    std::snprintf(name.text, sizeof(name.text), number < 10 ? "COM%lld" : "\\\\.\\COM%lld", number);
+    return name;
+}
+
+const char* devicePortName(int index) {
+    thread_local PortName name;
+    if (index < 0) {
+        return nullptr;
+    }
+    name = formatPortName(index);
+    return name.text;
+}
 
 std::intptr_t serialOpen(const char* name) {
     const std::intptr_t port = name == nullptr ? kNoHandle : platform::openPort(name);

@@ -14,7 +14,8 @@
 // is a carriage return. A binary reply (starting C4 A5) ends at its declared length; bytes behind
 // it in the same chunk are dropped. In binary mode, "ERROR..." up to a carriage return is a reply
 // too. Anything else ends at max bytes. Each wait ends at the first byte, with its own time-out: a
-// reply that stalls half-way is 0, not the count so far.
+// reply that stalls half-way is 0, not the count so far. So is one that lasts longer than 10 s from
+// its first piece on (TCP), or 30 s in all (serial).
 //
 // Threads: one handle belongs to one thread at a time; different handles are independent.
 

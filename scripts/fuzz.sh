@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-targets=(replies receive set_up tool_files workspaces properties command_line)
+targets=(replies receive late_answers set_up tool_files workspaces properties command_line)
 case ${1:-14} in
   --short) seconds=10 ;;
   *[!0-9]* | 0*) echo "usage: scripts/fuzz.sh [MINUTES | --short]" >&2 && exit 2 ;;
@@ -34,7 +34,7 @@ for target in "${targets[@]}"; do
   log=$build/$target.log
   dictionary=()
   [ -f "fuzz/dictionaries/$target.dict" ] && dictionary=("-dict=fuzz/dictionaries/$target.dict")
-  mkdir -p "$corpus"
+  mkdir -p "$corpus" "$build/seeds/$target"
   verdict="no finding"
   "$build/bin/fuzz_$target" "$corpus" "$build/seeds/$target" "${dictionary[@]}" \
     -max_total_time="$seconds" -max_len=4096 -timeout=20 -rss_limit_mb=2048 -print_final_stats=1 \

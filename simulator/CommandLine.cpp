@@ -15,13 +15,8 @@ struct Values {
     std::string family;
     int port = -1;
     std::string link;
-    std::vector<std::string> tools;
-    std::vector<std::string> volumes;
-    std::vector<std::string> toolStates;
     std::string startState = "power-on";
     std::string staleLink;
-    std::vector<std::string> faults;
-    std::vector<std::string> faultKinds;
     unsigned chunkGapMs = 1;
 };
 
@@ -63,6 +58,19 @@ std::string wrapped(const std::string& text) {
     return result;
 }
 
+// An option that may be given again and again; what `parse` refuses is refused in its words.
+template <typename Element>
+CLI::Option* addRepeatable(CLI::App& app, const char* name, std::vector<Element>& elements,
+                           Element (*parse)(std::string_view), const std::string& text,
+                           const char* type) {
+    const auto take = [&elements, parse](const std::vector<std::string>& texts) {
+        std::ranges::transform(texts, std::back_inserter(elements), parse);
+    };
+    return app.add_option_function<std::vector<std::string>>(name, take, wrapped(text))
+        ->allow_extra_args(false)
+        ->type_name(type);
+}
+
 void addConnection(CLI::App& app, Values& values, SimulatorOptions& options) {
     app.option_defaults()->group("Connection");
     app.add_option("--family", values.family, "vicra, vega or aurora")
@@ -92,15 +100,13 @@ void addConnection(CLI::App& app, Values& values, SimulatorOptions& options) {
 
 void addDevice(CLI::App& app, Values& values, DeviceOptions& device) {
     app.option_defaults()->group("Device");
-    app.add_option(
-           "--tool", values.tools,
-           wrapped(
-               "Aurora: a tool in a physical port, PORT[:TYPE[:PARTNUMBER]]; repeatable. TYPE: " +
-               toolTypeNames() +
-               ", blank (no readable information), empty (a handle without a tool) or "
-               "8 characters of tool information"))
-        ->allow_extra_args(false)
-        ->type_name("TOOL");
+    addRepeatable(
+        app, "--tool", device.tools, parseWiredTool,
+        "Aurora: a tool in a physical port, PORT[:TYPE[:PARTNUMBER]]; repeatable. TYPE: " +
+            toolTypeNames() +
+            ", blank (no readable information), empty (a handle without a tool) or "
+            "8 characters of tool information",
+        "TOOL");
     app.add_option("--rate", device.rateHz,
                    "Measurements a second, up to 250 (vicra 20, vega 60, aurora 40)")
         ->type_name("HZ");
@@ -113,40 +119,35 @@ void addDevice(CLI::App& app, Values& values, DeviceOptions& device) {
     app.add_option("--handles", device.maxHandles,
                    "Handles for tools without a cable, 24 unless given")
         ->type_name("N");
-    app.add_option("--volume", values.volumes,
-                   wrapped("A measurement volume, cube:P1,…,P6 or dome:P1,…,P6 in mm; repeatable"))
-        ->allow_extra_args(false)
-        ->type_name("VOLUME");
+    addRepeatable(app, "--volume", device.volumes, parseVolume,
+                  "A measurement volume, cube:P1,…,P6 or dome:P1,…,P6 in mm; repeatable", "VOLUME");
     app.add_flag("--old-firmware", device.isOldFirmware, "Know VER but not GETINFO");
     app.add_option("--start-state", values.startState, "power-on (default), initialised, tracking")
         ->check(CLI::IsMember(startStates))
         ->type_name("STATE");
 }
 
-void addFaults(CLI::App& app, Values& values, SimulatorOptions& options) {
+void addFaults(CLI::App& app, SimulatorOptions& options) {
     app.option_defaults()->group("Faults and record");
-    app.add_option("--tool-state", values.toolStates,
-                   wrapped("A tool that is not well, PLACE:STATE[:FIRST-LAST[/PERIOD]]; "
-                           "repeatable. PLACE: the tool's number from 1 or '*'; STATE: missing, "
-                           "disabled, out-of-volume; FIRST-LAST: frames, of every PERIOD frames"))
-        ->allow_extra_args(false)
-        ->type_name("RULE");
-    app.add_option("--fault", values.faults,
-                   wrapped("Something that goes wrong, "
-                           "KIND[=VALUE][@COMMAND][#N|#N-M|#N-][~PROBABILITY]; repeatable. KIND: " +
-                           faultKindNames() +
-                           ". COMMAND: a name, the beginning of a command, BREAK, CONNECT or '*' "
-                           "(default)"))
-        ->allow_extra_args(false)
-        ->type_name("FAULT");
+    addRepeatable(app, "--tool-state", options.device.toolStates, parseToolState,
+                  "A tool that is not well, PLACE:STATE[:FIRST-LAST[/PERIOD]]; "
+                  "repeatable. PLACE: the tool's number from 1 or '*'; STATE: missing, "
+                  "disabled, out-of-volume; FIRST-LAST: frames, of every PERIOD frames",
+                  "RULE");
+    addRepeatable(app, "--fault", options.faults, parseFaultRule,
+                  "Something that goes wrong, "
+                  "KIND[=VALUE][@COMMAND][#N|#N-M|#N-][~PROBABILITY]; repeatable. KIND: " +
+                      faultKindNames() +
+                      ". COMMAND: a name, the beginning of a command, BREAK, CONNECT or '*' "
+                      "(default)",
+                  "FAULT");
     app.add_option("--fault-rate", options.faultRate,
                    "Probability that a command goes wrong, in one of --fault-kinds")
         ->check(CLI::Range(0.0, 1.0))
         ->type_name("P");
-    app.add_option("--fault-kinds", values.faultKinds, "Kinds for --fault-rate, comma-separated")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->type_name("KINDS");
+    addRepeatable(app, "--fault-kinds", options.faultKinds, parseFaultKind,
+                  "Kinds for --fault-rate, comma-separated", "KINDS")
+        ->delimiter(',');
     app.add_option("--seed", options.seed, "The same seed and commands give the same faults")
         ->type_name("N");
     app.add_option("--trace", options.trace, "Record what was received and sent, line by line")
@@ -155,15 +156,8 @@ void addFaults(CLI::App& app, Values& values, SimulatorOptions& options) {
 
 void convert(const Values& values, SimulatorOptions& options) {
     auto& device = options.device;
-    device.family = *familyFromName(values.family);
+    device.family = std::ranges::find(allFamilies(), values.family, &FamilyFacts::name)->family;
     device.state = startStates.at(values.startState);
-    std::ranges::transform(values.tools, std::back_inserter(device.tools), parseWiredTool);
-    std::ranges::transform(values.volumes, std::back_inserter(device.volumes), parseVolume);
-    std::ranges::transform(values.toolStates, std::back_inserter(device.toolStates),
-                           parseToolState);
-    std::ranges::transform(values.faults, std::back_inserter(options.faults), parseFaultRule);
-    std::ranges::transform(values.faultKinds, std::back_inserter(options.faultKinds),
-                           parseFaultKind);
     options.chunkGap = std::chrono::milliseconds(values.chunkGapMs);
     if (values.port < 0 && values.link.empty()) {
         throw UsageError("one of --listen and --pty is required");
@@ -196,7 +190,7 @@ std::variant<SimulatorOptions, std::string> readCommandLine(int argc, const char
     SimulatorOptions options;
     addConnection(app, values, options);
     addDevice(app, values, options.device);
-    addFaults(app, values, options);
+    addFaults(app, options);
     try {
         app.parse(argc, argv);
         convert(values, options);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/Simulator.h"
+#include "simulator/SimulatorOptions.h"
 
 #include <stdexcept>
 #include <string>

@@ -1,6 +1,5 @@
 #include "simulator/Commands.h"
 
-#include "simulator/Crc.h"
 #include "simulator/Texts.h"
 
 #include <algorithm>
@@ -9,39 +8,85 @@ namespace ndisim {
 
 namespace {
 
-// GETLOG and VGET are known to newer systems only and count as unknown here.
-constexpr std::array<CommandEntry, 24> commandTable{{
-    {"COMM", AllowedIn::Always, commands::comm},
-    {"INIT", AllowedIn::Always, commands::init},
-    {"RESET", AllowedIn::Always, commands::reset},
-    {"BEEP", AllowedIn::Always, commands::beep},
-    {"VER", AllowedIn::Always, commands::version},
-    {"GETINFO", AllowedIn::Always, commands::getInfo},
-    {"SFLIST", AllowedIn::Initialised, commands::featureList},
-    {"VSEL", AllowedIn::SetUp, commands::selectVolume},
-    {"SSTAT", AllowedIn::Initialised, commands::systemStatus},
-    {"IRCHK", AllowedIn::SetUp, commands::infraredCheck},
-    {"PHRQ", AllowedIn::SetUp, commands::requestHandle},
-    {"PHF", AllowedIn::SetUp, commands::freeHandle},
-    {"PVWR", AllowedIn::SetUp, commands::writeImage},
-    {"PINIT", AllowedIn::SetUp, commands::initialiseHandle},
-    {"PENA", AllowedIn::SetUp, commands::enableHandle},
-    {"PDIS", AllowedIn::SetUp, commands::disableHandle},
-    {"PHSR", AllowedIn::Initialised, commands::listHandles},
-    {"PHINF", AllowedIn::Initialised, commands::handleInformation},
-    {"PSTAT", AllowedIn::Initialised, commands::portStatus},
-    {"TSTART", AllowedIn::SetUp, commands::startTracking},
-    {"TSTOP", AllowedIn::Tracking, commands::stopTracking},
-    {"BX", AllowedIn::Tracking, commands::binaryTracking},
-    {"TX", AllowedIn::Tracking, commands::textTracking},
-    {"GX", AllowedIn::Tracking, commands::groupTracking},
-}};
+constexpr std::size_t maxCommandLength = 1024;
+
+bool isNameCharacter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+struct Command {
+    std::string_view name;
+    Arguments arguments;
+};
+
+// Removes the CRC of a command in its checked form. Throws CommandError.
+std::string_view withoutCrc(std::string_view text, std::size_t nameLength) {
+    if (text.size() < nameLength + 1 + 4) {
+        throw CommandError{deviceError::commandTooShort};
+    }
+    const auto content = text.substr(0, text.size() - 4);
+    if (parseHex(text.substr(text.size() - 4)) != crc16(content)) {
+        throw CommandError{deviceError::badCrc};
+    }
+    return content;
+}
+
+// "NAME:arguments" with CRC, "NAME arguments" or "NAME" without.
+Command parseCommand(std::string_view text) {
+    if (text.empty()) {
+        throw CommandError{deviceError::commandTooShort};
+    }
+    if (text.size() > maxCommandLength) {
+        throw CommandError{deviceError::commandTooLong};
+    }
+    const auto end = std::ranges::find_if_not(text, isNameCharacter);
+    const auto length = static_cast<std::size_t>(end - text.begin());
+    if (length == text.size()) {
+        return {text, {}};
+    }
+    if (text[length] == ':') {
+        text = withoutCrc(text, length);
+    } else if (text[length] != ' ') {
+        throw CommandError{deviceError::invalidCommand};
+    }
+    return {text.substr(0, length), text.substr(length + 1)};
+}
+
+void requireState(AllowedIn allowed, DeviceState state) {
+    if (allowed == AllowedIn::Always) {
+        return;
+    }
+    if (state == DeviceState::PowerOn) {
+        throw CommandError{deviceError::systemNotInitialised};
+    }
+    const bool isTracking = state == DeviceState::Tracking;
+    if ((allowed == AllowedIn::SetUp && isTracking) ||
+        (allowed == AllowedIn::Tracking && !isTracking)) {
+        throw CommandError{deviceError::wrongMode};
+    }
+}
+
+// Null for a command that the device does not know: GETLOG and VGET, which newer systems have, too.
+const CommandEntry* findCommand(std::string_view name) {
+    for (const auto table : {systemCommands(), handleCommands(), portCommands()}) {
+        const auto found = std::ranges::find(table, name, &CommandEntry::name);
+        if (found != table.end()) {
+            return &*found;
+        }
+    }
+    return nullptr;
+}
 
 } // namespace
 
-const CommandEntry* findCommand(std::string_view name) {
-    const auto found = std::ranges::find(commandTable, name, &CommandEntry::name);
-    return found == commandTable.end() ? nullptr : &*found;
+Outcome executeCommand(DeviceCore& core, std::string_view text) {
+    const Command command = parseCommand(text);
+    const CommandEntry* entry = findCommand(command.name);
+    if (entry == nullptr) {
+        throw CommandError{deviceError::invalidCommand};
+    }
+    requireState(entry->allowed, core.state);
+    return entry->execute(core, command.arguments);
 }
 
 Outcome textReply(std::string_view text) {

@@ -2,6 +2,8 @@
 
 #include "simulator/DeviceCore.h"
 
+#include <span>
+
 namespace ndisim {
 
 /// Error codes that the device gives by itself.
@@ -18,6 +20,7 @@ inline constexpr unsigned noTool = 0x0D;
 inline constexpr unsigned notInitialised = 0x0E;
 inline constexpr unsigned notEnabled = 0x0F;
 inline constexpr unsigned systemNotInitialised = 0x10;
+inline constexpr unsigned cannotInitialise = 0x13;
 inline constexpr unsigned outOfRange = 0x23;
 inline constexpr unsigned notAllocated = 0x2B;
 inline constexpr unsigned becameUnoccupied = 0x2C;
@@ -47,8 +50,15 @@ struct CommandEntry {
     Outcome (*execute)(DeviceCore&, Arguments); ///< throws CommandError
 };
 
-/// Null for a command that the device does not know.
-const CommandEntry* findCommand(std::string_view name);
+/// The device, its volumes and measurements.
+std::span<const CommandEntry> systemCommands();
+/// Handles, from the request to the tool that is enabled.
+std::span<const CommandEntry> handleCommands();
+/// What the device tells about handles and ports.
+std::span<const CommandEntry> portCommands();
+
+/// Executes a command as Device::execute takes it. Throws CommandError.
+Outcome executeCommand(DeviceCore& core, std::string_view text);
 
 /// A text reply with its CRC.
 Outcome textReply(std::string_view text);
@@ -62,39 +72,5 @@ void requireLength(Arguments arguments, std::size_t length);
 
 /// The handle that the first two digits name. Throws CommandError if there is none.
 PortHandle& handleOf(DeviceCore& core, Arguments arguments);
-
-namespace commands {
-
-// System
-Outcome comm(DeviceCore& core, Arguments arguments);
-Outcome init(DeviceCore& core, Arguments arguments);
-Outcome reset(DeviceCore& core, Arguments arguments);
-Outcome beep(DeviceCore& core, Arguments arguments);
-Outcome version(DeviceCore& core, Arguments arguments);
-Outcome getInfo(DeviceCore& core, Arguments arguments);
-Outcome featureList(DeviceCore& core, Arguments arguments);
-Outcome selectVolume(DeviceCore& core, Arguments arguments);
-Outcome systemStatus(DeviceCore& core, Arguments arguments);
-Outcome infraredCheck(DeviceCore& core, Arguments arguments);
-
-// Handles
-Outcome requestHandle(DeviceCore& core, Arguments arguments);
-Outcome freeHandle(DeviceCore& core, Arguments arguments);
-Outcome writeImage(DeviceCore& core, Arguments arguments);
-Outcome initialiseHandle(DeviceCore& core, Arguments arguments);
-Outcome enableHandle(DeviceCore& core, Arguments arguments);
-Outcome disableHandle(DeviceCore& core, Arguments arguments);
-Outcome listHandles(DeviceCore& core, Arguments arguments);
-Outcome handleInformation(DeviceCore& core, Arguments arguments);
-Outcome portStatus(DeviceCore& core, Arguments arguments);
-
-// Tracking
-Outcome startTracking(DeviceCore& core, Arguments arguments);
-Outcome stopTracking(DeviceCore& core, Arguments arguments);
-Outcome binaryTracking(DeviceCore& core, Arguments arguments);
-Outcome textTracking(DeviceCore& core, Arguments arguments);
-Outcome groupTracking(DeviceCore& core, Arguments arguments);
-
-} // namespace commands
 
 } // namespace ndisim

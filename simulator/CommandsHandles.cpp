@@ -1,7 +1,7 @@
 #include "simulator/Commands.h"
 #include "simulator/Texts.h"
 
-namespace ndisim::commands {
+namespace ndisim {
 
 namespace {
 
@@ -62,8 +62,6 @@ Outcome requestWireless(DeviceCore& core) {
     return handleReply(*handle);
 }
 
-} // namespace
-
 // Eight characters for the device, one for the system type, one for the tool type (1: without a
 // cable), two for the port, two reserved; '*' stands for any.
 Outcome requestHandle(DeviceCore& core, Arguments arguments) {
@@ -109,6 +107,10 @@ Outcome initialiseHandle(DeviceCore& core, Arguments arguments) {
     auto& handle = handleOf(core, arguments);
     requireLength(arguments, 2);
     requireOccupied(handle);
+    // A definition of zeros has no markers to track, nor a coil.
+    if (handle.image.isWhole() && handle.image.isBlank()) {
+        throw CommandError{deviceError::cannotInitialise};
+    }
     handle.isInitialised = true;
     return okay();
 }
@@ -136,4 +138,15 @@ Outcome disableHandle(DeviceCore& core, Arguments arguments) {
     return okay();
 }
 
-} // namespace ndisim::commands
+} // namespace
+
+std::span<const CommandEntry> handleCommands() {
+    static constexpr CommandEntry table[] = {
+        {"PHRQ", AllowedIn::SetUp, requestHandle}, {"PHF", AllowedIn::SetUp, freeHandle},
+        {"PVWR", AllowedIn::SetUp, writeImage},    {"PINIT", AllowedIn::SetUp, initialiseHandle},
+        {"PENA", AllowedIn::SetUp, enableHandle},  {"PDIS", AllowedIn::SetUp, disableHandle},
+    };
+    return table;
+}
+
+} // namespace ndisim

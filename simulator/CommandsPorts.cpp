@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace ndisim::commands {
+namespace ndisim {
 
 namespace {
 
@@ -95,8 +95,6 @@ std::string portLine(DeviceCore& core, int place, bool isPortPresent, unsigned o
     return (isOccupied ? commonInformation(found->second, options, 7) : "UNOCCUPIED") + "\n";
 }
 
-} // namespace
-
 Outcome listHandles(DeviceCore& core, Arguments arguments) {
     const auto option = parseHex(arguments.empty() ? "00" : arguments);
     if (!option) {
@@ -144,4 +142,15 @@ Outcome portStatus(DeviceCore& core, Arguments arguments) {
     return textReply(text);
 }
 
-} // namespace ndisim::commands
+} // namespace
+
+std::span<const CommandEntry> portCommands() {
+    static constexpr CommandEntry table[] = {
+        {"PHSR", AllowedIn::Initialised, listHandles},
+        {"PHINF", AllowedIn::Initialised, handleInformation},
+        {"PSTAT", AllowedIn::Initialised, portStatus},
+    };
+    return table;
+}
+
+} // namespace ndisim

@@ -1,10 +1,11 @@
 #include "simulator/Commands.h"
+#include "simulator/Encoding.h"
 #include "simulator/Texts.h"
 
 #include <cmath>
 #include <cstdio>
 
-namespace ndisim::commands {
+namespace ndisim {
 
 namespace {
 
@@ -34,8 +35,6 @@ std::string volumeRecord(const Volume& volume) {
 std::string infraredSources(bool hasSource) {
     return hasSource ? "+01+12-05" : "+00";
 }
-
-} // namespace
 
 Outcome comm(DeviceCore& core, Arguments arguments) {
     requireLength(arguments, 5);
@@ -140,4 +139,66 @@ Outcome infraredCheck(DeviceCore& core, Arguments arguments) {
     return textReply(text);
 }
 
-} // namespace ndisim::commands
+template <typename Encode>
+Outcome measured(const DeviceCore& core, Arguments arguments, Encode encode) {
+    const unsigned options = replyOptions(arguments);
+    auto measurement = core.measure((options & replyOption::outOfVolume) != 0);
+    auto bytes = encode(measurement, options);
+    return {std::move(bytes), std::nullopt, std::move(measurement)};
+}
+
+// "80" counts the frames anew.
+Outcome startTracking(DeviceCore& core, Arguments arguments) {
+    if (!arguments.empty() && arguments != "80") {
+        throw CommandError{deviceError::outOfRange};
+    }
+    core.startTracking(arguments == "80");
+    return okay();
+}
+
+Outcome stopTracking(DeviceCore& core, Arguments arguments) {
+    requireLength(arguments, 0);
+    core.stopTracking();
+    return okay();
+}
+
+Outcome binaryTracking(DeviceCore& core, Arguments arguments) {
+    return measured(core, arguments, encodeBx);
+}
+
+Outcome textTracking(DeviceCore& core, Arguments arguments) {
+    return measured(core, arguments, [](const Measurement& measurement, unsigned options) {
+        return withCrc(encodeTx(measurement, options));
+    });
+}
+
+Outcome groupTracking(DeviceCore& core, Arguments arguments) {
+    return measured(core, arguments, [&core](const Measurement& measurement, unsigned options) {
+        return withCrc(encodeGx(measurement, options, core.isWiredFamily()));
+    });
+}
+
+} // namespace
+
+std::span<const CommandEntry> systemCommands() {
+    static constexpr CommandEntry table[] = {
+        {"COMM", AllowedIn::Always, comm},
+        {"INIT", AllowedIn::Always, init},
+        {"RESET", AllowedIn::Always, reset},
+        {"BEEP", AllowedIn::Always, beep},
+        {"VER", AllowedIn::Always, version},
+        {"GETINFO", AllowedIn::Always, getInfo},
+        {"SFLIST", AllowedIn::Initialised, featureList},
+        {"VSEL", AllowedIn::SetUp, selectVolume},
+        {"SSTAT", AllowedIn::Initialised, systemStatus},
+        {"IRCHK", AllowedIn::SetUp, infraredCheck},
+        {"TSTART", AllowedIn::SetUp, startTracking},
+        {"TSTOP", AllowedIn::Tracking, stopTracking},
+        {"BX", AllowedIn::Tracking, binaryTracking},
+        {"TX", AllowedIn::Tracking, textTracking},
+        {"GX", AllowedIn::Tracking, groupTracking},
+    };
+    return table;
+}
+
+} // namespace ndisim

@@ -1,13 +1,9 @@
 #pragma once
 
-#include "simulator/DeviceOptions.h"
-#include "simulator/Measurement.h"
+#include "simulator/Exchange.h"
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,19 +12,6 @@ namespace ndisim {
 
 struct DeviceCore;
 
-/// Time since any fixed point, never going back. Tests hand in one that they move themselves.
-using Clock = std::function<std::chrono::nanoseconds()>;
-
-/// The system's steady clock.
-Clock steadyClock();
-
-/// What the device does about one command.
-struct Outcome {
-    std::string bytes; ///< the reply as it goes over the line, CRC and carriage return included
-    std::optional<LinkSettings> link;       ///< to take effect after the reply has gone out
-    std::optional<Measurement> measurement; ///< what a BX, TX or GX reply was made of
-};
-
 /// The measurement system itself: a state machine that takes one command and gives one reply,
 /// whatever carries them. Not thread-safe.
 class Device {
@@ -36,8 +19,8 @@ public:
     /// Throws std::invalid_argument as checkOptions does.
     explicit Device(DeviceOptions options, Clock clock = steadyClock());
     ~Device();
-    Device(Device&&) noexcept;
-    Device& operator=(Device&&) noexcept;
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
 
     /// Executes a command, given with its CRC if it has one but without the carriage return.
     Outcome execute(std::string_view command);
@@ -58,9 +41,6 @@ public:
     /// one after a reset is 1, and INIT does not count anew.
     std::uint32_t frameNumber() const;
 
-    /// The newest measurement, as a host that asks for poses outside the volume would get it.
-    Measurement measure() const;
-
     /// The part number text at byte 592 of the image loaded to a handle, empty if there is none.
     std::string loadedPartNumber(int handle) const;
 
@@ -70,9 +50,6 @@ public:
     /// Plugs a tool in (or another one into the same port), or pulls it. Aurora only.
     void plugTool(const WiredTool& tool);
     void unplugTool(int port);
-
-    /// Replaces the list of tools that are not well.
-    void setToolStates(std::vector<ToolStateRule> rules);
 
     /// Changes the number of stray markers in sight.
     void setStrays(unsigned count);

@@ -25,6 +25,10 @@ void ToolImage::store(std::size_t block, std::string_view content) {
     arrived.set(block);
 }
 
+bool ToolImage::isBlank() const {
+    return std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; });
+}
+
 std::string ToolImage::partNumber() const {
     const auto begin = bytes.begin() + partNumberOffset;
     return {begin, std::find(begin, bytes.end(), std::uint8_t{0})};
@@ -91,7 +95,7 @@ std::uint32_t DeviceCore::frameNumber() const {
     if (state != DeviceState::Tracking) {
         return framesBefore;
     }
-    const double rate = options.rateHz > 0 ? options.rateHz : familyRateHz(options.family);
+    const double rate = options.rateHz > 0 ? options.rateHz : factsOf(options.family).rateHz;
     // Multiplied first: whole frame intervals then divide without a rest.
     const double elapsed = static_cast<double>((clock() - trackingSince).count()) * rate / 1e9;
     return framesBefore + 1 + static_cast<std::uint32_t>(elapsed);
@@ -100,7 +104,6 @@ std::uint32_t DeviceCore::frameNumber() const {
 Measurement DeviceCore::measure(bool withOutOfVolume) const {
     Measurement measurement;
     measurement.frame = frameNumber();
-    measurement.systemStatus = options.systemStatus;
     for (const auto& [number, handle] : handles) {
         if (handle.isInitialised) {
             measurement.tools.push_back(measureTool(handle, measurement.frame, withOutOfVolume));
@@ -170,6 +173,11 @@ PortHandle* DeviceCore::assignWireless() {
         }
     }
     return nullptr;
+}
+
+const ToolImage* DeviceCore::loadedImage(int handle) const {
+    const auto found = handles.find(handle);
+    return found != handles.end() && found->second.image.isWhole() ? &found->second.image : nullptr;
 }
 
 PortHandle* DeviceCore::findWired(int port) {

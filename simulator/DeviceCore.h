@@ -1,9 +1,10 @@
 #pragma once
 
-#include "simulator/Device.h"
+#include "simulator/Exchange.h"
 
 #include <bitset>
 #include <map>
+#include <string_view>
 
 namespace ndisim {
 
@@ -16,6 +17,7 @@ struct ToolImage {
     std::bitset<blockCount> arrived;
 
     bool isWhole() const { return arrived.all(); }
+    bool isBlank() const; ///< nothing but zeros
     void store(std::size_t block, std::string_view content);
     std::string partNumber() const;
 };
@@ -46,7 +48,7 @@ struct DeviceCore {
     std::uint32_t framesBefore = 0; ///< measured before tracking last began
     std::chrono::nanoseconds trackingSince{0};
 
-    bool isWiredFamily() const { return !isOptical(options.family); }
+    bool isWiredFamily() const { return !factsOf(options.family).isOptical; }
     std::vector<Volume> volumes() const;
 
     void powerOn();
@@ -59,6 +61,7 @@ struct DeviceCore {
     PortHandle& assignWired(const WiredTool& tool);
     PortHandle* assignWireless(); ///< null when all handles are taken
     PortHandle* findWired(int port);
+    const ToolImage* loadedImage(int handle) const; ///< null when not all of it has come
 
 private:
     ToolMeasurement measureTool(const PortHandle& handle, std::uint32_t frame,

@@ -146,11 +146,7 @@ int hostBaud(char rateCode) {
 }
 
 std::string toolTypeNames() {
-    std::string names;
-    for (const auto& type : toolTypes) {
-        names += (names.empty() ? "" : ", ") + std::string(type.name);
-    }
-    return names;
+    return namesOf(toolTypes);
 }
 
 WiredTool parseWiredTool(std::string_view text) {
@@ -209,6 +205,7 @@ ToolStateRule parseToolState(std::string_view text) {
 }
 
 void checkOptions(const DeviceOptions& options) {
+    const bool isOptical = factsOf(options.family).isOptical;
     check(options.rateHz == 0 || (options.rateHz > 0 && options.rateHz <= 250),
           "the rate must be above 0 and at most 250 Hz");
     check(options.maxHandles >= 1 && options.maxHandles <= 200,
@@ -216,28 +213,14 @@ void checkOptions(const DeviceOptions& options) {
     check(options.strays <= 255, "at most 255 stray markers can be reported");
     check(options.markersPerTool <= 20, "a tool has at most 20 markers");
     check(options.volumes.size() <= 9, "at most 9 volumes can be listed");
-    check(options.strays == 0 || isOptical(options.family),
-          "stray markers are seen by vicra and vega only");
-    check(options.tools.empty() || !isOptical(options.family),
+    check(options.strays == 0 || isOptical, "stray markers are seen by vicra and vega only");
+    check(options.tools.empty() || !isOptical,
           "tools are plugged into aurora only; vicra and vega get theirs from the host");
     for (const auto& tool : options.tools) {
         check(tool.port >= 1 && tool.port <= maxPort, "a tool's port is from 1 to 24");
         check(1 == std::ranges::count(options.tools, tool.port, &WiredTool::port),
               "port " + std::to_string(tool.port) + " has two tools");
     }
-}
-
-std::vector<Volume> familyVolumes(Family family) {
-    switch (family) {
-    case Family::Vicra:
-        return {{false, {-557, -1336, 0.3, 450, -50.25, 120}}};
-    case Family::Vega:
-        return {{false, {-950, -2400, 0.35, 580, -75, 240}},
-                {false, {-950, -3000, 0.35, 580, -75, 300}}};
-    case Family::Aurora:
-        return {{true, {-250, 250, -250, 250, -550, -50}}, {false, {-50, -660, 480, 330, 0, 0}}};
-    }
-    return {};
 }
 
 } // namespace ndisim

@@ -2,8 +2,9 @@
 
 #include "simulator/Family.h"
 
-#include <array>
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -48,12 +49,6 @@ WiredTool parseWiredTool(std::string_view text);
 /// "probe, reference, stylus, …", for help texts.
 std::string toolTypeNames();
 
-/// A measurement volume as the list of features describes it.
-struct Volume {
-    bool isCube = false;
-    std::array<double, 6> parameters{}; ///< mm, each within ±9999.99
-};
-
 /// Reads cube:P1,P2,P3,P4,P5,P6 or dome:…. Throws std::invalid_argument.
 Volume parseVolume(std::string_view text);
 
@@ -87,14 +82,13 @@ struct DeviceOptions {
     Family family = Family::Vega;
     double rateHz = 0; ///< 0: the family's; else above 0, at most 250
     DeviceState state = DeviceState::PowerOn;
-    LinkSettings link;           ///< not those of power-on: as a crashed host left it
-    bool isOldFirmware = false;  ///< knows VER but not GETINFO
-    int maxHandles = 24;         ///< handles for tools without a cable, at most 200
-    unsigned strays = 0;         ///< optical only, at most 255
-    unsigned markersPerTool = 4; ///< at most 20
-    bool hasSingleStray = false; ///< every enabled tool reports an active stray marker
-    bool hasInfrared = false;    ///< IRCHK finds a source on both sides
-    std::uint16_t systemStatus = 0;
+    LinkSettings link;            ///< not those of power-on: as a crashed host left it
+    bool isOldFirmware = false;   ///< knows VER but not GETINFO
+    int maxHandles = 24;          ///< handles for tools without a cable, at most 200
+    unsigned strays = 0;          ///< optical only, at most 255
+    unsigned markersPerTool = 4;  ///< at most 20
+    bool hasSingleStray = false;  ///< every enabled tool reports an active stray marker
+    bool hasInfrared = false;     ///< IRCHK finds a source on both sides
     std::vector<Volume> volumes;  ///< empty: the family's; at most 9
     std::vector<WiredTool> tools; ///< Aurora only
     std::vector<ToolStateRule> toolStates;
@@ -104,7 +98,12 @@ struct DeviceOptions {
 /// does not fit the family.
 void checkOptions(const DeviceOptions& options);
 
-/// The volumes of a family.
-std::vector<Volume> familyVolumes(Family family);
+/// Time since any fixed point, never going back. Tests hand in one that they move themselves.
+using Clock = std::function<std::chrono::nanoseconds()>;
+
+/// The system's steady clock.
+inline Clock steadyClock() {
+    return [] { return std::chrono::steady_clock::now().time_since_epoch(); };
+}
 
 } // namespace ndisim

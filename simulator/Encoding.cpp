@@ -1,6 +1,6 @@
 #include "simulator/Encoding.h"
 
-#include "simulator/Crc.h"
+#include "simulator/Texts.h"
 
 #include <bit>
 
@@ -110,7 +110,7 @@ std::string encodeBx(const Measurement& measurement, unsigned options) {
             putPosition(body, stray);
         }
     }
-    put16(body, measurement.systemStatus);
+    put16(body, 0); // system status: all well
 
     std::string reply = "\xC4\xA5";
     put16(reply, static_cast<unsigned>(body.size()));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/Measurement.h"
+#include "simulator/Exchange.h"
 
 #include <string>
 
@@ -27,12 +27,5 @@ std::string encodeTx(const Measurement& measurement, unsigned options);
 /// The text of a GX reply, without CRC and carriage return. A tool's letter or digit in such a
 /// reply is its place: 1 to 3 for plugged tools, A to I (the first to the ninth) for the others.
 std::string encodeGx(const Measurement& measurement, unsigned options, bool wired);
-
-/// 51 characters: four 6-character quaternion parts in 1/10000, three 7-character coordinates in
-/// 1/100 mm, the 6-character error in 1/10000 mm, each with its sign.
-std::string poseText(const Pose& pose);
-
-/// 21 characters: three 7-character coordinates in 1/100 mm.
-std::string positionText(const Position& position);
 
 } // namespace ndisim

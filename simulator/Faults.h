@@ -24,6 +24,7 @@ enum class FaultKind {
     GarbageAfter,  ///< `value` random bytes, or `bytes`, after the answer
     Reply,         ///< the text `bytes` with a good CRC and carriage return instead of the answer
     Raw,           ///< exactly `bytes` instead of the answer
+    Drip,          ///< `value` bytes of the answer at once, the rest in halves up to `ms` later
     Close,         ///< no answer; the connection is closed, and the next one is served
     HalfOpen,      ///< no answer; nothing is read or sent any more, for `value` ms or until resumed
     Unplug         ///< no answer; the line is gone, for `value` ms or until plugged in again
@@ -33,10 +34,11 @@ struct Fault {
     FaultKind kind = FaultKind::NoAnswer;
 
     /// Byte, milliseconds, code or count. Without one: a byte, a count (1 to 16) and an error code
-    /// are drawn from the seed, Late takes 300 ms, HalfOpen and Unplug have no end.
+    /// are drawn from the seed, Late and Drip take 300 ms, HalfOpen and Unplug have no end.
     std::optional<std::uint32_t> value;
     std::optional<unsigned> bit; ///< 0 to 7; drawn from the seed when missing
     std::string bytes;
+    std::optional<unsigned> ms = std::nullopt; ///< of Drip
 };
 
 /// A fault and the exchanges it befalls. Counting is the rule's own: among the commands that match
@@ -81,6 +83,8 @@ FaultKind parseFaultKind(std::string_view name);
 struct Delivery {
     std::string bytes;
     std::chrono::milliseconds delay{0};
+    std::optional<std::size_t> atOnce;      ///< bytes; the rest comes in halves
+    std::chrono::milliseconds untilLast{0}; ///< from these bytes to the last half
     enum class Action { None, Close, HalfOpen, Unplug } action = Action::None;
     std::optional<std::chrono::milliseconds> duration; ///< of HalfOpen and Unplug
     bool hasEffect = false; ///< false: the fault found nothing to spoil (a cut behind the end)
@@ -102,7 +106,6 @@ struct PlannedFault {
 /// faults. The first rule that applies wins; the background rate comes after the rules.
 class FaultPlan {
 public:
-    FaultPlan() = default;
     explicit FaultPlan(std::uint64_t seed) : m_seed(seed) {}
 
     void add(FaultRule rule);
@@ -126,7 +129,7 @@ private:
     };
     std::optional<PlannedFault> nextOfRules(std::string_view command);
 
-    std::uint64_t m_seed = 1;
+    std::uint64_t m_seed;
     std::uint64_t m_exchange = 0;
     std::uint64_t m_added = 0;
     std::vector<CountedRule> m_rules;

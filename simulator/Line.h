@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/DeviceOptions.h"
+#include "simulator/SimulatorOptions.h"
 
 #include <boost/asio/io_context.hpp>
 
@@ -57,7 +57,7 @@ public:
 std::unique_ptr<Line> makeTcpLine(boost::asio::io_context& context, LineListener& listener,
                                   std::uint16_t port);
 
-/// Throws StartError where the system has no pseudo-terminals.
+/// Not in programs for systems without pseudo-terminals.
 std::unique_ptr<Line> makePtyLine(boost::asio::io_context& context, LineListener& listener,
                                   const std::filesystem::path& link);
 

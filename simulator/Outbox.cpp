@@ -23,6 +23,7 @@ void Outbox::clear() {
 
 void Outbox::begin() {
     m_sent = 0;
+    m_hasBegun = false;
     m_pieceTime = std::max(m_items.front().due, std::chrono::steady_clock::now());
     waitUntil(m_items.front().due, [this] {
         const unsigned generation = m_generation;
@@ -40,7 +41,10 @@ void Outbox::sendPiece() {
         finish();
         return;
     }
-    const std::size_t count = item.pieceSize == 0 ? left : std::min(left, item.pieceSize);
+    const std::size_t wanted =
+        m_hasBegun ? item.pieceSize : item.firstPiece.value_or(item.pieceSize);
+    m_hasBegun = true;
+    const std::size_t count = item.pieceSize == 0 ? left : std::min(left, wanted);
     std::string piece = item.bytes.substr(m_sent, count);
     m_sent += count;
     m_pieceTime += item.gap;

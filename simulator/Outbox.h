@@ -7,6 +7,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace ndisim {
@@ -19,9 +20,10 @@ public:
 
     struct Item {
         std::string bytes;
-        TimePoint due{};                 ///< not before then, and not before the item before it
-        std::size_t pieceSize = 0;       ///< 0: whole
-        std::chrono::nanoseconds gap{0}; ///< between the beginnings of two pieces
+        TimePoint due{}; ///< not before then, and not before the item before it
+        std::optional<std::size_t> firstPiece; ///< none: as long as the others
+        std::size_t pieceSize = 0;             ///< 0: whole
+        std::chrono::nanoseconds gap{0};       ///< between the beginnings of two pieces
         std::function<void()> onBegin = [] {}; ///< right before the first byte
         std::function<void()> onEnd = [] {};   ///< when the last byte is gone or lost
     };
@@ -44,6 +46,7 @@ private:
     boost::asio::steady_timer m_timer;
     std::deque<Item> m_items; ///< the first one is under way
     std::size_t m_sent = 0;   ///< bytes of it
+    bool m_hasBegun = false;  ///< a piece of it has gone, be it an empty one
     TimePoint m_pieceTime{};
     unsigned m_generation = 0; ///< counts clear(), so that late completions are told apart
 };

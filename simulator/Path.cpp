@@ -28,21 +28,9 @@ Quaternion unit(const Quaternion& q) {
 
 } // namespace
 
-double pathBaseZ(Family family) {
-    switch (family) {
-    case Family::Vicra:
-        return -700;
-    case Family::Vega:
-        return -1200;
-    case Family::Aurora:
-        return -100;
-    }
-    return 0;
-}
-
 Pose pathPose(Family family, int place, std::uint32_t frame) {
     const double a = angle(stepOf(place, frame));
-    const double z = pathBaseZ(family) - placeSpacing * place + wobble * std::sin(2 * a);
+    const double z = factsOf(family).pathBaseZ - placeSpacing * place + wobble * std::sin(2 * a);
     Pose pose;
     pose.position = {radius * std::cos(a), radius * std::sin(a), z};
     pose.rotation = unit({1, 0.5 * std::cos(a), 0.5 * std::sin(a), 0.04 * place - 0.5});
@@ -56,7 +44,7 @@ PathPoint locateOnPath(Family family, const Position& position) {
     }
     const double turns = std::atan2(position[1], position[0]) / (2 * std::numbers::pi);
     const auto step = std::lround(turns * pathPeriod + pathPeriod);
-    const auto place = std::lround((pathBaseZ(family) - position[2]) / placeSpacing);
+    const auto place = std::lround((factsOf(family).pathBaseZ - position[2]) / placeSpacing);
     const auto period = static_cast<long>(pathPeriod);
     const long frame = (step - static_cast<long>(phaseOfPlace) * place) % period;
     return {static_cast<int>(place), static_cast<std::uint32_t>((frame + period) % period)};
@@ -64,7 +52,7 @@ PathPoint locateOnPath(Family family, const Position& position) {
 
 Position strayPosition(Family family, unsigned k) {
     return {-180 + 40.0 * (k % 10), -180 + 40.0 * (k / 10 % 10),
-            pathBaseZ(family) - 500 - static_cast<double>(k)};
+            factsOf(family).pathBaseZ - 500 - static_cast<double>(k)};
 }
 
 bool strayOutOfVolume(unsigned k) {

@@ -22,9 +22,6 @@ struct Pose {
 /// Frames in one turn of a tool on its circle.
 inline constexpr std::uint32_t pathPeriod = 1000;
 
-/// z of the plane from which the places of a family are counted, mm.
-double pathBaseZ(Family family);
-
 /// Where the tool of a place stands in a frame. Places count from 1: the physical port of a plugged
 /// tool, 1 for the first handle of a tool without a cable, and so on. With
 ///
@@ -32,7 +29,7 @@ double pathBaseZ(Family family);
 ///
 /// the position is (100 cos a, 100 sin a, z0 - 15 place + 4 sin 2a), the rotation
 /// (1, 0.5 cos a, 0.5 sin a, 0.04 place - 0.5) scaled to length 1, the error 0.25 + 0.15 sin 3a;
-/// z0 = pathBaseZ(family).
+/// z0 is the family's pathBaseZ.
 Pose pathPose(Family family, int place, std::uint32_t frame);
 
 /// What a position alone tells: the place and the frame modulo pathPeriod. Any position gives an

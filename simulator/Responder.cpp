@@ -1,6 +1,5 @@
 #include "simulator/Responder.h"
 
-#include "simulator/Crc.h"
 #include "simulator/Texts.h"
 
 #include <algorithm>
@@ -35,8 +34,8 @@ FaultPlan planOf(const SimulatorOptions& options) {
 } // namespace
 
 Responder::Responder(const SimulatorOptions& options) :
-    m_device(options.device, options.clock), m_faults(planOf(options)), m_trace(options.trace),
-    m_logLimit(options.logLimit) {}
+    m_device(options.device, options.clock), m_faults(planOf(options)),
+    m_record(options.trace, options.logLimit) {}
 
 std::optional<Response> Responder::receive(std::string_view& bytes) {
     const std::lock_guard lock(m_mutex);
@@ -53,35 +52,40 @@ std::optional<Response> Responder::receive(std::string_view& bytes) {
 Response Responder::connect() {
     const std::lock_guard lock(m_mutex);
     m_partial.clear();
-    m_trace.event("connected");
+    m_record.event("connected");
     Response response;
     if (const auto planned = m_faults.next("CONNECT")) {
         response.delivery = applyFault(planned->fault, planned->random, {});
         response.delivery.bytes.clear();
-        ++m_faultCount;
-        m_trace.event("fault " + faultText(planned->fault));
+        m_record.fault(faultText(planned->fault), true);
     }
     return response;
 }
 
 Response Responder::respond(const std::string& received) {
-    Exchange exchange;
-    exchange.received = received;
-    exchange.command = commandText(received);
-    m_trace.received(received + '\r');
-
-    const auto planned = m_faults.next(exchange.command);
-    Response response;
+    m_record.received(received + '\r');
+    auto response =
+        answer(commandText(received), received, [&] { return m_device.execute(received); });
     response.commandBytes = received.size() + 1;
+    m_isInitSpoiled = response.delivery.hasEffect && received.starts_with("INIT");
+    return response;
+}
+
+Response Responder::answer(const std::string& command, const std::string& received,
+                           const std::function<Outcome()>& execute) {
+    Exchange exchange;
+    exchange.command = command;
+    exchange.received = received;
+    const auto planned = m_faults.next(command);
+    Response response;
     if (!planned || isExecuted(planned->fault.kind)) {
-        auto outcome = m_device.execute(received);
+        auto outcome = execute();
         exchange.reply = std::move(outcome.bytes);
         exchange.measurement = std::move(outcome.measurement);
         response.link = outcome.link;
     }
     response.delivery = spoil(exchange, planned);
-    m_isInitSpoiled = exchange.command.starts_with("INIT") && exchange.hadEffect;
-    record(std::move(exchange));
+    m_record.add(std::move(exchange));
     return response;
 }
 
@@ -90,9 +94,7 @@ Delivery Responder::spoil(Exchange& exchange, const std::optional<PlannedFault>&
     if (planned) {
         delivery = applyFault(planned->fault, planned->random, exchange.reply);
         exchange.fault = faultText(planned->fault);
-        exchange.hadEffect = delivery.hasEffect;
-        ++m_faultCount;
-        m_trace.event("fault " + exchange.fault + (delivery.hasEffect ? "" : " without effect"));
+        m_record.fault(exchange.fault, delivery.hasEffect);
     } else {
         delivery.bytes = exchange.reply;
     }
@@ -102,86 +104,27 @@ Delivery Responder::spoil(Exchange& exchange, const std::optional<PlannedFault>&
 
 Response Responder::breakLine() {
     const std::lock_guard lock(m_mutex);
-    m_trace.event("break");
+    m_record.event("break");
     m_partial.clear();
     m_isInitSpoiled = false;
-    Exchange exchange;
-    exchange.command = "BREAK";
-    const auto planned = m_faults.next(exchange.command);
-    Response response;
-    if (!planned || isExecuted(planned->fault.kind)) {
-        auto outcome = m_device.resetLink();
-        exchange.reply = std::move(outcome.bytes);
-        response.link = outcome.link;
-    }
-    response.delivery = spoil(exchange, planned);
-    record(std::move(exchange));
-    return response;
+    return answer("BREAK", {}, [this] { return m_device.resetLink(); });
 }
 
 Response Responder::restart() {
     const std::lock_guard lock(m_mutex);
-    m_trace.event("restart");
+    m_record.event("restart");
     m_partial.clear();
     m_isInitSpoiled = false;
-    const auto outcome = m_device.resetLink();
+    auto outcome = m_device.resetLink();
     Response response;
-    response.delivery.bytes = outcome.bytes;
+    response.delivery.bytes = std::move(outcome.bytes);
     response.link = outcome.link;
     return response;
-}
-
-void Responder::record(Exchange exchange) {
-    exchange.time = m_trace.elapsed();
-    ++m_commandCount;
-    m_log.push_back(std::move(exchange));
-    if (m_log.size() > m_logLimit) {
-        m_log.pop_front();
-    }
-    m_recorded.notify_all();
 }
 
 bool Responder::isInitSpoiled() const {
     const std::lock_guard lock(m_mutex);
     return m_isInitSpoiled;
-}
-
-void Responder::note(std::string_view event) {
-    const std::lock_guard lock(m_mutex);
-    m_trace.event(event);
-}
-
-void Responder::noteSent(std::string_view bytes) {
-    const std::lock_guard lock(m_mutex);
-    m_trace.sent(bytes);
-}
-
-std::vector<Exchange> Responder::exchanges() const {
-    const std::lock_guard lock(m_mutex);
-    return {m_log.begin(), m_log.end()};
-}
-
-std::size_t Responder::commandCount() const {
-    const std::lock_guard lock(m_mutex);
-    return m_commandCount;
-}
-
-std::size_t Responder::faultCount() const {
-    const std::lock_guard lock(m_mutex);
-    return m_faultCount;
-}
-
-void Responder::clearLog() {
-    const std::lock_guard lock(m_mutex);
-    m_log.clear();
-}
-
-bool Responder::waitForCommand(const std::string& prefix, std::chrono::milliseconds limit) const {
-    std::unique_lock lock(m_mutex);
-    return m_recorded.wait_for(lock, limit, [&] {
-        return std::ranges::any_of(
-            m_log, [&](const Exchange& exchange) { return exchange.command.starts_with(prefix); });
-    });
 }
 
 void Responder::addFault(FaultRule rule) {
@@ -192,11 +135,6 @@ void Responder::addFault(FaultRule rule) {
 void Responder::clearFaults() {
     const std::lock_guard lock(m_mutex);
     m_faults.clear();
-}
-
-void Responder::withDevice(const std::function<void(Device&)>& function) {
-    const std::lock_guard lock(m_mutex);
-    function(m_device);
 }
 
 } // namespace ndisim

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "simulator/Simulator.h"
-#include "simulator/Trace.h"
+#include "simulator/Device.h"
+#include "simulator/Record.h"
+#include "simulator/SimulatorOptions.h"
 
-#include <condition_variable>
-#include <deque>
+#include <functional>
 #include <mutex>
 
 namespace ndisim {
@@ -17,7 +17,7 @@ struct Response {
 };
 
 /// Between the line and the device: cuts the received bytes into commands, lets the device execute
-/// them, adds the faults and keeps the record. Thread-safe.
+/// them, adds the faults and tells the record. Thread-safe.
 class Responder {
 public:
     explicit Responder(const SimulatorOptions& options);
@@ -37,33 +37,28 @@ public:
     /// makes a host try a break.
     bool isInitSpoiled() const;
 
-    void note(std::string_view event); ///< a line in the trace
-    void noteSent(std::string_view bytes);
-
-    std::vector<Exchange> exchanges() const;
-    std::size_t commandCount() const;
-    std::size_t faultCount() const;
-    void clearLog();
-    bool waitForCommand(const std::string& prefix, std::chrono::milliseconds limit) const;
+    Record& record() { return m_record; }
 
     void addFault(FaultRule rule);
     void clearFaults();
-    void withDevice(const std::function<void(Device&)>& function);
+
+    /// Runs a function on the device, between two commands.
+    template <typename Function>
+    auto withDevice(const Function& function) {
+        const std::lock_guard lock(m_mutex);
+        return function(m_device);
+    }
 
 private:
     Response respond(const std::string& received);
+    Response answer(const std::string& command, const std::string& received,
+                    const std::function<Outcome()>& execute);
     Delivery spoil(Exchange& exchange, const std::optional<PlannedFault>& planned);
-    void record(Exchange exchange);
 
     mutable std::mutex m_mutex;
-    mutable std::condition_variable m_recorded;
     Device m_device;
     FaultPlan m_faults;
-    Trace m_trace;
-    std::size_t m_logLimit;
-    std::deque<Exchange> m_log;
-    std::size_t m_commandCount = 0;
-    std::size_t m_faultCount = 0;
+    Record m_record;
     std::string m_partial; ///< of a command whose carriage return has not come yet
     bool m_isInitSpoiled = false;
 };

@@ -27,7 +27,7 @@ std::uint16_t Simulator::port() const {
 }
 
 std::vector<Exchange> Simulator::exchanges() const {
-    return m_station->responder().exchanges();
+    return m_station->responder().record().exchanges();
 }
 
 std::vector<std::string> Simulator::commands() const {
@@ -39,38 +39,30 @@ std::vector<std::string> Simulator::commands() const {
 }
 
 std::size_t Simulator::commandCount() const {
-    return m_station->responder().commandCount();
+    return m_station->responder().record().commandCount();
 }
 std::size_t Simulator::faultCount() const {
-    return m_station->responder().faultCount();
+    return m_station->responder().record().faultCount();
 }
 std::size_t Simulator::ignoredBytes() const {
     return m_station->ignoredBytes();
 }
 void Simulator::clearLog() {
-    m_station->responder().clearLog();
+    m_station->responder().record().clear();
 }
 
 bool Simulator::waitForCommand(const std::string& prefix, std::chrono::milliseconds limit) const {
-    return m_station->responder().waitForCommand(prefix, limit);
+    return m_station->responder().record().waitForCommand(prefix, limit);
 }
 
 DeviceState Simulator::state() const {
-    DeviceState state{};
-    m_station->responder().withDevice([&](Device& device) { state = device.state(); });
-    return state;
+    return m_station->responder().withDevice([](Device& device) { return device.state(); });
 }
-
 std::uint32_t Simulator::frameNumber() const {
-    std::uint32_t frame = 0;
-    m_station->responder().withDevice([&](Device& device) { frame = device.frameNumber(); });
-    return frame;
+    return m_station->responder().withDevice([](Device& device) { return device.frameNumber(); });
 }
-
 LinkSettings Simulator::link() const {
-    LinkSettings link;
-    m_station->responder().withDevice([&](Device& device) { link = device.link(); });
-    return link;
+    return m_station->responder().withDevice([](Device& device) { return device.link(); });
 }
 
 bool Simulator::hasClient() const {
@@ -100,19 +92,15 @@ void Simulator::resetLink() {
 void Simulator::closeConnection() {
     m_station->onThread([this] { m_station->act(Delivery::Action::Close, std::nullopt); });
 }
-
 void Simulator::halfOpen() {
     m_station->onThread([this] { m_station->act(Delivery::Action::HalfOpen, std::nullopt); });
 }
-
 void Simulator::resume() {
     m_station->onThread([this] { m_station->resume(); });
 }
-
 void Simulator::unplug() {
     m_station->onThread([this] { m_station->act(Delivery::Action::Unplug, std::nullopt); });
 }
-
 void Simulator::replug() {
     m_station->onThread([this] { m_station->replug(); });
 }

@@ -13,6 +13,7 @@ namespace {
 using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
 
+constexpr bool hasTerminals = NDISIM_HAS_TERMINALS;
 constexpr double bitsPerByte = 10; // with start and stop bit
 
 nanoseconds byteTime(const LinkSettings& link) {
@@ -69,12 +70,16 @@ void Station::onThread(const std::function<void()>& function) {
 }
 
 void Station::restart() {
+    greet(m_responder.restart());
+}
+
+// The banner goes out at the settings that the device has come back to.
+void Station::greet(Response response) {
     m_outbox.clear();
-    auto response = m_responder.restart();
     if (response.link) {
-        applyLink(*response.link);
+        applyLink(*std::exchange(response.link, std::nullopt));
     }
-    send(std::move(response), std::nullopt);
+    send(std::move(response));
 }
 
 void Station::act(Delivery::Action action, std::optional<std::chrono::milliseconds> duration) {
@@ -109,7 +114,7 @@ void Station::endAfter(std::chrono::milliseconds duration) {
             m_line->replug();
             m_line->resume();
         } catch (const StartError& failure) {
-            m_responder.note(failure.what());
+            m_responder.record().event(failure.what());
         }
     });
 }
@@ -135,26 +140,26 @@ void Station::onReceived(std::string_view bytes) {
     const unsigned before = m_interruptions;
     while (!bytes.empty() && before == m_interruptions) {
         if (auto response = m_responder.receive(bytes)) {
-            const auto link = response->link;
-            send(*std::move(response), link);
+            send(*std::move(response));
         }
     }
 }
 
 void Station::onBreak() {
-    m_outbox.clear();
-    auto response = m_responder.breakLine();
-    if (response.link) {
-        applyLink(*response.link);
-    }
-    send(std::move(response), std::nullopt);
+    greet(m_responder.breakLine());
 }
 
 std::unique_ptr<Line> Station::makeLine() {
     if (const auto* tcp = std::get_if<TcpAddress>(&m_options.address)) {
         return makeTcpLine(m_context, *this, tcp->port);
     }
-    return makePtyLine(m_context, *this, std::get<PtyAddress>(m_options.address).link);
+    const auto& link = std::get<PtyAddress>(m_options.address).link;
+    if constexpr (hasTerminals) {
+        return makePtyLine(m_context, *this, link);
+    } else {
+        throw StartError("cannot make the pseudo-terminal " + link.string() +
+                         ": this system has none");
+    }
 }
 
 void Station::applyLink(const LinkSettings& link) {
@@ -162,20 +167,26 @@ void Station::applyLink(const LinkSettings& link) {
     m_line->setLink(link);
 }
 
-void Station::send(Response response, std::optional<LinkSettings> linkAfterwards) {
+void Station::send(Response response) {
     auto& delivery = response.delivery;
     Outbox::Item item;
     item.due = steady_clock::now() + delivery.delay;
     item.pieceSize = m_options.chunk;
     item.gap = m_options.chunk == 0 ? nanoseconds(0) : nanoseconds(m_options.chunkGap);
+    if (delivery.atOnce) {
+        item.firstPiece = delivery.atOnce;
+        item.pieceSize = (delivery.bytes.size() - *delivery.atOnce + 1) / 2;
+        item.gap = nanoseconds(delivery.untilLast) / 2;
+    }
     item.onBegin = [this, bytes = delivery.bytes] {
         if (!bytes.empty()) {
-            m_responder.noteSent(bytes);
+            m_responder.record().sent(bytes);
         }
     };
-    item.onEnd = [this, linkAfterwards, action = delivery.action, duration = delivery.duration] {
-        if (linkAfterwards) {
-            applyLink(*linkAfterwards);
+    item.onEnd = [this, link = response.link, action = delivery.action,
+                  duration = delivery.duration] {
+        if (link) {
+            applyLink(*link);
         }
         act(action, duration);
     };

@@ -43,13 +43,14 @@ private:
     void onReceived(std::string_view bytes) override;
     void onBreak() override;
     void onIgnored(std::size_t bytes) override { m_ignored += bytes; }
-    void onEvent(std::string_view text) override { m_responder.note(text); }
+    void onEvent(std::string_view text) override { m_responder.record().event(text); }
     bool isBreakLikely() const override { return m_responder.isInitSpoiled(); }
 
     std::unique_ptr<Line> makeLine();
     void applyLink(const LinkSettings& link);
     void endAfter(std::chrono::milliseconds duration);
-    void send(Response response, std::optional<LinkSettings> linkAfterwards);
+    void greet(Response response);
+    void send(Response response);
     void pace(Outbox::Item& item, std::size_t commandBytes) const;
 
     SimulatorOptions m_options;

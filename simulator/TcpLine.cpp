@@ -1,5 +1,4 @@
 #include "simulator/Line.h"
-#include "simulator/Simulator.h"
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>

@@ -83,6 +83,21 @@ std::string hexBytes(std::string_view bytes) {
     return text;
 }
 
+std::uint16_t crc16(std::string_view bytes) {
+    unsigned crc = 0;
+    for (const char byte : bytes) {
+        crc ^= static_cast<unsigned char>(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc & 1U) != 0 ? (crc >> 1U) ^ 0xA001U : crc >> 1U;
+        }
+    }
+    return static_cast<std::uint16_t>(crc);
+}
+
+std::string withCrc(std::string_view text) {
+    return std::string(text) + hexText(crc16(text), 4) + '\r';
+}
+
 std::string escaped(std::string_view bytes) {
     std::string text;
     for (const char byte : bytes) {

@@ -32,6 +32,23 @@ std::string hexText(std::uint32_t value, int digits);
 /// "C4 A5 00" without the blanks.
 std::string hexBytes(std::string_view bytes);
 
+/// The checksum of commands and replies: polynomial 0x8005 reflected, start value 0.
+/// "INIT:" gives 0xE3A5.
+std::uint16_t crc16(std::string_view bytes);
+
+/// A command or a text reply as it goes over the line: text, checksum, carriage return.
+std::string withCrc(std::string_view text);
+
+/// The names of a table's entries: "probe, reference, …".
+template <typename Entries>
+std::string namesOf(const Entries& entries) {
+    std::string names;
+    for (const auto& entry : entries) {
+        names += (names.empty() ? "" : ", ") + std::string(entry.name);
+    }
+    return names;
+}
+
 /// Printable characters as they are; others as \r, \n, \\ or \xNN.
 std::string escaped(std::string_view bytes);
 

@@ -1,4 +1,5 @@
 #include "simulator/CommandLine.h"
+#include "simulator/Simulator.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>

@@ -3,18 +3,18 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <morvalincore/Diagnosable.h>
 
 #include "streams/Guarded.h"
 
-struct DeviceRecord;
-
 namespace Morvalin {
+
+class OpenDevice;
 
 /// A region of space in which a device can measure, as the device describes it.
 struct NDIOperatingVolume {
@@ -27,7 +27,7 @@ struct NDIOperatingVolume {
 /// connection itself.
 ///
 /// Threads: the settings (guarded and atomic fields) may be read and written at any time. Operating
-/// volumes and dummy tool belong to whoever holds connectionLock. The device handle and the last
+/// volumes and dummy tool belong to whoever holds connectionLock. The device and the last
 /// frame number are used by the stream's hooks and its worker only, which the host runs one at a
 /// time, and every exchange with the device but those of closing happens under connectionLock.
 /// Letting go of the device happens under releaseLock instead, which whoever looks at the device
@@ -36,8 +36,9 @@ struct NDIOperatingVolume {
 struct NDIConnectionData {
     enum class ConnectionType { TcpIp = 0, Serial = 1 };
 
-    NDIConnectionData(ConnectionType type, std::string address) :
-        hardwareDevice(std::move(address)), connectionType(type) {}
+    NDIConnectionData(ConnectionType type, std::string address);
+    /// Closes the device. Nobody may use the connection any more.
+    ~NDIConnectionData();
 
     Guarded<std::string> hardwareDevice;              ///< IPv4 address, serial port name, or "auto"
     std::atomic<std::int32_t> hardwareIPPort{8765};   ///< TCP port
@@ -50,8 +51,8 @@ struct NDIConnectionData {
     mutable std::mutex releaseLock;
     std::int32_t dummyToolPortHandle = -1; ///< of the tool that lets bare markers be seen; -1: none
     std::uint32_t lastFrameNumber = 0;     ///< of the frame that was handed out last
-    DeviceRecord* device = nullptr;        ///< null: no connection
-    Diagnosable::TraceSink traceSink;      ///< set while there is no connection; mostly empty
+    Diagnosable::TraceSink traceSink;      ///< mostly empty; replaced under both locks
+    std::unique_ptr<OpenDevice> device;    ///< null: no connection. The last, as it traces its end
 };
 
 } // namespace Morvalin

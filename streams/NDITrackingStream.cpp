@@ -1,7 +1,7 @@
 #include "streams/NDITrackingStream.h"
 
-#include "streams/internal/JoinOptions.h"
-#include "streams/internal/LogText.h"
+#include "streams/internal/NdiLog.h"
+#include "streams/internal/StreamProperties.h"
 
 #include <morvalincore/Properties.h>
 

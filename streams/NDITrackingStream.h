@@ -26,8 +26,9 @@ public:
     virtual std::int32_t measurementRate() const = 0;
     virtual void setMeasurementRate(std::int32_t index) = 0;
 
-    /// Likewise. Operating volumes are known once the device has been asked for them. The call
-    /// waits while the stream is being opened.
+    /// Likewise. Operating volumes are known once the device has been asked for them. The call, and
+    /// with it configuration(), waits for the exchange under way with the device and while the
+    /// stream is being opened.
     virtual std::vector<std::string> maxRangeOptions() const;
     virtual std::int32_t maxRange() const;
     virtual void setMaxRange(std::int32_t index);

@@ -1,13 +1,10 @@
 #include "streams/PolarisAuroraTrackingStream.h"
 
-#include "protocol/device.h"
-#include "streams/internal/ConnectionProperties.h"
 #include "streams/internal/DeviceConnection.h"
-#include "streams/internal/Diagnosis.h"
-#include "streams/internal/LogText.h"
 #include "streams/internal/Measurement.h"
-#include "streams/internal/OperatingVolumes.h"
-#include "streams/internal/TargetProperties.h"
+#include "streams/internal/NdiLog.h"
+#include "streams/internal/OpenDevice.h"
+#include "streams/internal/StreamProperties.h"
 #include "streams/internal/ToolSetup.h"
 
 #include <morvalincore/Properties.h>
@@ -50,6 +47,14 @@ std::int64_t millisecondsNow() {
     return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
+/// No lock is held between the update of the registry and the frame's copy of it. An instrument
+/// that was made active in between still has the pose of an earlier measurement, or of none.
+void keepToMeasurement(TrackingStreamData& frame, std::int64_t timestamp) {
+    for (TrackingInstrument& instrument : frame.instruments)
+        instrument.active = instrument.active && instrument.timestamp == timestamp;
+    frame.timestamp = timestamp;
+}
+
 } // namespace
 
 // ---- Construction and settings
@@ -69,8 +74,7 @@ PolarisAuroraTrackingStream<N>::PolarisAuroraTrackingStream(std::string name) :
 
 template <int N>
 PolarisAuroraTrackingStream<N>::~PolarisAuroraTrackingStream() {
-    close();
-    releaseDevice(*connection); // of an open that failed half-way
+    closeForGood();
 }
 
 template <int N>
@@ -210,7 +214,7 @@ std::string PolarisAuroraTrackingStream<N>::stateDump() {
 template <int N>
 void PolarisAuroraTrackingStream<N>::setTraceSink(TraceSink sink) {
     const Lock lock(connection->connectionLock);
-    connection->traceSink = std::move(sink);
+    traceTo(*connection, sink);
 }
 
 // ---- Opening and closing
@@ -235,7 +239,7 @@ bool PolarisAuroraTrackingStream<N>::bringUp() {
     releaseDevice(*connection);
     std::optional<std::string> address;
     if constexpr (isSerial)
-        address = connectSerialDevice(*connection, [this] { return probeHardwareDevices(); });
+        address = connectSerialDevice(*connection);
     else
         address = connectNetworkDevice(*connection);
     if (!address || !initializeDevice(*connection, *address, this))
@@ -262,7 +266,7 @@ bool PolarisAuroraTrackingStream<N>::checkInstruments() const {
 
 template <int N>
 bool PolarisAuroraTrackingStream<N>::probeHardwareDevices() {
-    return searchSerialPorts(*connection);
+    return searchSerialPorts(*connection).has_value();
 }
 
 template <int N>
@@ -272,7 +276,7 @@ void PolarisAuroraTrackingStream<N>::queryOperatingVolumes() {
 
 template <int N>
 ToolSetup PolarisAuroraTrackingStream<N>::toolSetup() {
-    return {connection->device, *instrumentRegistry, registeredTools, pendingMainId,
+    return {*connection->device, *instrumentRegistry, registeredTools, pendingMainId,
             connection->dummyToolPortHandle};
 }
 
@@ -299,7 +303,7 @@ template <int N>
 void PolarisAuroraTrackingStream<N>::sendUnderLock(const char* command) {
     const Lock lock(connection->connectionLock);
     if (connection->device != nullptr)
-        deviceCommand(connection->device, "%s", command);
+        connection->device->command("%s", command);
 }
 
 template <int N>
@@ -318,10 +322,11 @@ template <int N>
 std::optional<Stream::WorkContinuation> PolarisAuroraTrackingStream<N>::doWork() {
     const auto nextCall = std::chrono::system_clock::now() + queryInterval;
     try {
-        if (std::unique_ptr<TrackingInstrumentFiducialsData> markers = measure()) {
+        if (std::optional<Measured> measured = measure()) {
             std::unique_ptr<TrackingStreamData> frame = createTrackingStreamData();
-            frame->addComponent(std::move(markers));
-            output(std::shared_ptr<Data>(std::move(frame)));
+            keepToMeasurement(*frame, measured->timestamp);
+            frame->addComponent(std::move(measured->markers));
+            output(std::shared_ptr<const Data>(std::move(frame)));
         }
     } catch (const std::exception& exception) {
         logNdi(Log::Error, "Error while receiving tracking data. ", exception.what());
@@ -331,19 +336,19 @@ std::optional<Stream::WorkContinuation> PolarisAuroraTrackingStream<N>::doWork()
     return WorkContinuation{nextCall, 1};
 }
 
-/// Null when there is no new frame.
+/// Nothing when there is no new frame.
 template <int N>
-std::unique_ptr<TrackingInstrumentFiducialsData> PolarisAuroraTrackingStream<N>::measure() {
+auto PolarisAuroraTrackingStream<N>::measure() -> std::optional<Measured> {
     const Lock lock(connection->connectionLock);
     if (connection->device == nullptr)
-        return nullptr;
+        return std::nullopt;
     Measurement measurement(*connection, *instrumentRegistry);
-    measurement.query(isOptical ? opticalBinaryOptions : auroraBinaryOptions);
-    if (!measurement.isNewFrame())
-        return nullptr;
-    std::unique_ptr<TrackingInstrumentFiducialsData> markers = measurement.strayMarkers();
-    measurement.updateInstruments(millisecondsNow());
-    return markers;
+    const unsigned binaryOptions = isOptical ? opticalBinaryOptions : auroraBinaryOptions;
+    if (!measurement.query(binaryOptions) || !measurement.isNewFrame())
+        return std::nullopt;
+    Measured measured{measurement.strayMarkers(), millisecondsNow()};
+    measurement.updateInstruments(measured.timestamp);
+    return measured;
 }
 
 template class PolarisAuroraTrackingStream<NDIDeviceFamily::PolarisVicra>;

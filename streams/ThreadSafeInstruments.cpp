@@ -1,6 +1,6 @@
 #include "streams/ThreadSafeInstruments.h"
 
-#include "streams/internal/LogText.h"
+#include "streams/internal/NdiLog.h"
 
 #include <boost/thread/lock_guard.hpp>
 
@@ -19,6 +19,14 @@ void logError(const Pieces&... pieces) {
 
 void logUnknown(const char* operation, const std::string& id) {
     logError(operation, ": Instrument with ID ", id, " not found");
+}
+
+void copyAllButTexts(const TrackingInstrument& from, TrackingInstrument& to) {
+    to.matrix = from.matrix;
+    to.quality = from.quality;
+    to.timestamp = from.timestamp;
+    to.trackingState = from.trackingState;
+    to.active = from.active;
 }
 
 std::uint32_t difference(const TrackingInstrument& now, const TrackingInstrument& before) {
@@ -243,15 +251,35 @@ std::uint32_t ThreadSafeInstruments<Special>::setPose(const std::string& id, con
 
 template <class Special>
 template <class Change>
-std::uint32_t ThreadSafeInstruments<Special>::modifyChecked(TrackingInstrument& live,
-                                                            const Change& change) {
-    backup = live;
-    change(live);
-    if (live.trackerId.ID == backup.trackerId.ID)
-        return difference(live, backup);
-    logError("ID must not be modified. TrackingInstrument is reset to state before modification");
-    live = backup;
-    return InstrumentModification::None;
+std::uint32_t ThreadSafeInstruments<Special>::modifyChecked(Entry& entry, const Change& change) {
+    const TrackingInstrument& live = entry.instrument;
+    if (entry.backup)
+        copyAllButTexts(live, *entry.backup);
+    else
+        entry.backup = live;
+    try {
+        change(entry.instrument);
+    } catch (...) {
+        putBack(entry);
+        throw;
+    }
+    if (live.trackerId.ID != entry.backup->trackerId.ID) {
+        putBack(entry);
+        logError(
+            "ID must not be modified. TrackingInstrument is reset to state before modification");
+        return InstrumentModification::None;
+    }
+    const std::uint32_t flags = difference(live, *entry.backup);
+    if ((flags & InstrumentModification::Instruments) || live.toolType != entry.backup->toolType)
+        entry.backup.reset();
+    return flags;
+}
+
+/// Takes no memory, which may be what is short.
+template <class Special>
+void ThreadSafeInstruments<Special>::putBack(Entry& entry) {
+    entry.instrument = std::move(*entry.backup);
+    entry.backup.reset();
 }
 
 template <class Special>
@@ -261,7 +289,7 @@ std::uint32_t ThreadSafeInstruments<Special>::modify(const std::string& id,
     const auto found = entries.find(id);
     if (found == entries.end())
         return InstrumentModification::None;
-    return modifyChecked(found->second.instrument,
+    return modifyChecked(found->second,
                          [&](TrackingInstrument& live) { function(found->first, live); });
 }
 
@@ -270,8 +298,8 @@ std::uint32_t ThreadSafeInstruments<Special>::modifyAll(const ModifyFunction& fu
     const Lock lock(mutex);
     std::uint32_t flags = InstrumentModification::None;
     for (auto& [id, entry] : entries)
-        flags |= modifyChecked(entry.instrument,
-                               [&, &key = id](TrackingInstrument& live) { function(key, live); });
+        flags |=
+            modifyChecked(entry, [&, &key = id](TrackingInstrument& live) { function(key, live); });
     return flags;
 }
 
@@ -284,10 +312,8 @@ std::uint32_t ThreadSafeInstruments<Special>::modifySpecial(typename Entries::va
         logError(operation, ": Special object for instrument with ID ", id, " does not exist");
         return InstrumentModification::None;
     }
-    return modifyChecked(entry.instrument,
-                         [&, &key = id, &special = *entry.special](TrackingInstrument& live) {
-                             function(key, live, special);
-                         });
+    return modifyChecked(entry, [&, &key = id, &special = *entry.special](
+                                    TrackingInstrument& live) { function(key, live, special); });
 }
 
 template <class Special>

@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <boost/container/flat_map.hpp>
 
 #include <morvalinstream/ThreadSafeInstrumentsBase.h>
 
@@ -23,12 +24,15 @@ namespace Morvalin {
 /// empty registry becomes the main instrument. Every operation holds the registry's lock for its
 /// whole run; a thread that also needs the lock of the stream's connection takes that one first.
 ///
-/// What is asked of an unknown id is logged as an error under "ThreadSafeInstruments" and answered
-/// with nothing; only setPose() and modify() are silent about it.
+/// An unknown id is answered with nothing: no flags, false, an empty text or no instrument.
+/// setMainById(), setActive(), isActive() and remove() log it as an error under
+/// "ThreadSafeInstruments"; name(), instrument(), setPose() and modify() are silent about it.
 ///
 /// Functions passed to modify() and modifyAll() may change everything but the id: an instrument
-/// whose id was changed is put back as it was before the call. The flags they return come from a
-/// comparison of the instrument before and after, which ignores the active flag and the tool type.
+/// whose id was changed is put back as it was before the call, with an error in the log. So is one
+/// whose function throws; the exception goes on to the caller, and what modifyAll() did to the
+/// instruments before that one stays. The flags they return come from a comparison of the
+/// instrument before and after, which ignores the active flag and the tool type.
 /// An empty function throws std::bad_function_call when there is an instrument to call it on.
 template <class Special>
 class ThreadSafeInstruments : public ThreadSafeInstrumentsBase {
@@ -71,14 +75,19 @@ private:
     struct Entry {
         TrackingInstrument instrument;
         std::unique_ptr<Special> special;
+        /// Of modifyChecked(), kept from one change to the next because texts cost more to copy
+        /// than to compare. None, or with the texts of the instrument.
+        std::optional<TrackingInstrument> backup;
     };
-    using Entries = std::map<std::string, Entry>;
+    /// One behind the other in memory: every frame walks over all of them.
+    using Entries = boost::container::flat_map<std::string, Entry>;
 
     // All of these expect the lock to be held.
     std::uint32_t insert(const TrackerID& trackerId, std::unique_ptr<Special> special, bool active);
     std::uint32_t makeMain(const std::string& id);
     template <class Change>
-    std::uint32_t modifyChecked(TrackingInstrument& live, const Change& change);
+    std::uint32_t modifyChecked(Entry& entry, const Change& change);
+    void putBack(Entry& entry);
     std::uint32_t modifySpecial(typename Entries::value_type& item, const char* operation,
                                 const ModifySpecialFunction& function);
 
@@ -86,7 +95,6 @@ private:
     Entries entries;
     std::string mainInstrumentId;
     std::uint32_t mainInstrumentIndex = 0;
-    TrackingInstrument backup; ///< of modifyChecked(); kept so that its texts keep their memory
 };
 
 extern template class ThreadSafeInstruments<NDITrackingInstrumentInfo>;

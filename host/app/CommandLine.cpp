@@ -1,15 +1,14 @@
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <iterator>
-#include <optional>
+#include <limits>
 #include <utility>
 
 #include <CLI/CLI.hpp>
 
 #include "app/Options.h"
-#include "app/Refusal.h"
-#include "app/Suggestion.h"
+#include "session/Refusal.h"
+#include "session/Suggestion.h"
 
 namespace Morvalin::App {
 
@@ -39,140 +38,8 @@ Examples:
   morvalin-host run aurora.xml --seconds 10
   morvalin-host gui aurora.xml --serial-port COM3=/dev/ttyUSB0)";
 
-/// The options as they were typed.
-struct RawOptions {
-    std::string subject;
-    std::vector<std::string> plugins;
-    std::vector<std::string> settings;
-    std::vector<std::string> tools;
-    std::vector<std::string> serialPorts;
-    std::optional<std::string> frames;
-    std::optional<std::string> seconds;
-    bool json = false;
-    std::optional<std::string> saveFile;
-    std::optional<std::string> dumpFile;
-    std::optional<std::string> traceFile;
-    std::optional<std::string> logLevel;
-};
-
 [[noreturn]] void refuse(const std::string& line) {
     throw Refusal(WrongUsage, line);
-}
-
-void addRepeatable(CLI::App& command, const std::string& name, std::vector<std::string>& values,
-                   const std::string& placeholder, const std::string& help) {
-    command.add_option(name, values, help)->type_name(placeholder)->allow_extra_args(false);
-}
-
-void addSingle(CLI::App& command, const std::string& name, std::optional<std::string>& value,
-               const std::string& placeholder, const std::string& help) {
-    command.add_option(name, value, help)->type_name(placeholder);
-}
-
-void addHostOptions(CLI::App& command, RawOptions& raw) {
-    addRepeatable(command, "--plugin", raw.plugins, "FILE",
-                  "plug-in to load; default: all in ../plugins beside the\n"
-                  "program's folder; repeatable");
-    addSingle(command, "--log-level", raw.logLevel, "L",
-              "1 detail, 2 information (default), 3 warning, 4 error");
-    command.footer(footer);
-}
-
-void addSettingOptions(CLI::App& command, RawOptions& raw) {
-    addRepeatable(command, "--set", raw.settings, "KEY=VALUE",
-                  "a stream property by its saved name, such as hardwareDevice,\n"
-                  "hardwarePort, measurementRate, maxRange, binaryQueryMode or\n"
-                  "selectedInstrument; repeatable");
-    addRepeatable(command, "--tool", raw.tools, "FILE[@PORT]",
-                  "a tool definition to register, port 1 unless given;\n"
-                  "repeatable, in order");
-    addRepeatable(command, "--serial-port", raw.serialPorts, "NAME=PATH",
-                  "what a serial port name stands for on this machine, such as\n"
-                  "COM3=/dev/ttyUSB0; repeatable");
-    addSingle(command, "--save", raw.saveFile, "WORKSPACE",
-              "write the workspace before the streams are closed");
-}
-
-void addFrameOptions(CLI::App& command, RawOptions& raw) {
-    addSingle(command, "--frames", raw.frames, "N", "stop after so many frames of each stream");
-    addSingle(command, "--seconds", raw.seconds, "S",
-              "stop when all streams have run so long; without --frames and\n"
-              "--seconds the streams run until Ctrl-C");
-    command.add_flag("--json", raw.json, "print one JSON object a frame, not readable lines");
-    addSingle(command, "--trace", raw.traceFile, "FILE",
-              "write every command to the device and every reply with its time");
-}
-
-CLI::App* addCommand(CLI::App& app, const std::string& name, const std::string& help,
-                     RawOptions& raw) {
-    CLI::App* const command = app.add_subcommand(name, help);
-    addHostOptions(*command, raw);
-    return command;
-}
-
-CLI::App* addStreamCommand(CLI::App& app, const std::string& name, const std::string& help,
-                           const std::string& subject, const std::string& subjectHelp,
-                           RawOptions& raw) {
-    CLI::App* const command = addCommand(app, name, help, raw);
-    addSettingOptions(*command, raw);
-    addFrameOptions(*command, raw);
-    command->add_option(subject, raw.subject, subjectHelp)->required()->type_name("");
-    return command;
-}
-
-CLI::App* addWindowCommand(CLI::App& app, RawOptions& raw) {
-    CLI::App* const command = addCommand(app, "gui", "Show a window to use streams in", raw);
-    addSettingOptions(*command, raw);
-    command->add_option("WORKSPACE", raw.subject, "a workspace file to begin with")->type_name("");
-    return command;
-}
-
-/// The options of a command, or only those that take a value.
-std::vector<std::string> optionNames(const CLI::App& command, bool mustTakeValue = false) {
-    std::vector<std::string> names;
-    for (const CLI::Option* option : command.get_options())
-        for (const std::string& name : option->get_lnames())
-            if (!mustTakeValue || option->get_expected_min() > 0)
-                names.push_back("--" + name);
-    return names;
-}
-
-std::vector<std::string> commandNames(const CLI::App& app) {
-    std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands({}))
-        names.push_back(command->get_name());
-    return names;
-}
-
-/// The library takes the next argument for a value that is empty, another option included.
-void checkValues(int argc, const char* const* argv, const std::vector<std::string>& options) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        const std::string next = i + 1 < argc ? argv[i + 1] : "";
-        const bool isEmpty = argument.find('=') + 1 == argument.size();
-        const std::string name = isEmpty ? argument.substr(0, argument.size() - 1) : argument;
-        if (std::find(options.begin(), options.end(), name) == options.end())
-            continue;
-        if (isEmpty || next.rfind("--", 0) == 0)
-            refuse(name + " needs a value");
-    }
-}
-
-/// Says what is wrong with a command line that could not be read.
-[[noreturn]] void refuseUnread(const CLI::App& app, const std::string& fault) {
-    const std::vector<std::string> leftover = app.remaining(true);
-    const auto chosen = app.get_subcommands();
-    if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
-        refuse("a command is missing: list, stream, run or gui; --help tells more");
-    if (chosen.empty())
-        refuse("unknown command \"" + leftover.front() + "\"" +
-               suggestion(leftover.front(), commandNames(app)));
-    if (leftover.empty())
-        refuse(fault);
-    const std::string name = leftover.front().substr(0, leftover.front().find('='));
-    if (name.rfind('-', 0) == 0)
-        refuse("unknown option \"" + name + "\"" + suggestion(name, optionNames(*chosen.front())));
-    refuse("one argument too many: \"" + leftover.front() + "\"");
 }
 
 /// Splits NAME=VALUE at the first equals sign; the name is never empty.
@@ -204,6 +71,10 @@ SerialPort readSerialPort(const std::string& text) {
     return {std::move(name), std::move(path)};
 }
 
+std::string readText(const std::string& text) {
+    return text;
+}
+
 /// Only digits behind the last @ are a port, so that @ may stand in file names.
 Tool readTool(const std::string& text) {
     Tool tool{text};
@@ -220,80 +91,152 @@ Tool readTool(const std::string& text) {
     return tool;
 }
 
-std::uint64_t readFrames(const std::string& text) {
-    std::uint64_t frames = 0;
-    if (!readNumber(text, frames) || frames == 0)
-        refuse("--frames \"" + text + "\": must be a whole number above 0");
-    return frames;
+/// The library takes whatever comes next for the value of an option.
+std::string valueFault(const std::string& text) {
+    return text.empty() || text.starts_with("--") ? "needs a value" : "";
 }
 
-double readSeconds(const std::string& text) {
-    constexpr double longest = 1e9; // some thirty years, which every clock can count
-    double seconds = 0.0;
-    if (!readNumber(text, seconds) || !(seconds > 0.0) || !std::isfinite(seconds))
-        refuse("--seconds \"" + text + "\": must be a number above 0");
-    return std::min(seconds, longest);
+template <class Number>
+std::string limitFault(const std::string& text) {
+    Number number{};
+    const bool isLimit = readNumber(text, number) && number > 0 &&
+                         number <= std::numeric_limits<Number>::max(); // neither NaN nor infinity
+    return isLimit ? "" : "\"" + text + "\" must be a number above 0";
 }
 
-int readLogLevel(const std::string& text) {
-    int level = 0;
-    if (!readNumber(text, level) || level < 1 || level > 4)
-        refuse("--log-level \"" + text + "\": must be 1, 2, 3 or 4");
-    return level;
-}
-
-std::string readFileName(const std::string& option, const std::optional<std::string>& text) {
-    if (text && text->empty())
-        refuse(option + ": the file name is empty");
-    return text.value_or("");
+template <class Value>
+CLI::Option* addSingle(CLI::App& command, const std::string& name, Value& value,
+                       const std::string& placeholder, const std::string& help) {
+    return command.add_option(name, value, help)->type_name(placeholder)->check(valueFault);
 }
 
 template <class Item>
-void readAll(const std::vector<std::string>& texts, Item (*read)(const std::string&),
-             std::vector<Item>& items) {
-    std::transform(texts.begin(), texts.end(), std::back_inserter(items), read);
+void addRepeatable(CLI::App& command, const std::string& name, std::vector<Item>& items,
+                   Item (*read)(const std::string&), const std::string& placeholder,
+                   const std::string& help) {
+    const auto readAll = [&items, read](const std::vector<std::string>& texts) {
+        std::transform(texts.begin(), texts.end(), std::back_inserter(items), read);
+    };
+    command.add_option_function<std::vector<std::string>>(name, readAll, help)
+        ->type_name(placeholder)
+        ->allow_extra_args(false)
+        ->check(valueFault);
 }
 
-Options readOptions(Command command, const RawOptions& raw) {
-    Options options;
-    options.command = command;
-    options.subject = raw.subject;
-    options.plugins = raw.plugins;
-    readAll(raw.settings, readSetting, options.settings);
-    readAll(raw.tools, readTool, options.tools);
-    readAll(raw.serialPorts, readSerialPort, options.serialPorts);
-    if (raw.frames)
-        options.frames = readFrames(*raw.frames);
-    if (raw.seconds)
-        options.seconds = readSeconds(*raw.seconds);
-    options.json = raw.json;
-    options.saveFile = readFileName("--save", raw.saveFile);
-    options.dumpFile = readFileName("--dump", raw.dumpFile);
-    options.traceFile = readFileName("--trace", raw.traceFile);
-    if (raw.logLevel)
-        options.logLevel = readLogLevel(*raw.logLevel);
-    return options;
+void addHostOptions(CLI::App& command, Options& options) {
+    addRepeatable(command, "--plugin", options.plugins, readText, "FILE",
+                  "plug-in to load; default: all in ../plugins beside the\n"
+                  "program's folder; repeatable");
+    addSingle(command, "--log-level", options.logLevel, "L",
+              "1 detail, 2 information (default), 3 warning, 4 error")
+        ->check(CLI::Range(1, 4).description(""));
+    command.footer(footer);
+}
+
+void addSettingOptions(CLI::App& command, Options& options) {
+    addRepeatable(command, "--set", options.settings, readSetting, "KEY=VALUE",
+                  "a stream property by its saved name, such as hardwareDevice,\n"
+                  "hardwarePort, measurementRate, maxRange, binaryQueryMode or\n"
+                  "selectedInstrument; repeatable");
+    addRepeatable(command, "--tool", options.tools, readTool, "FILE[@PORT]",
+                  "a tool definition to register, port 1 unless given;\n"
+                  "repeatable, in order");
+    addRepeatable(command, "--serial-port", options.serialPorts, readSerialPort, "NAME=PATH",
+                  "what a serial port name stands for on this machine, such as\n"
+                  "COM3=/dev/ttyUSB0; repeatable");
+    addSingle(command, "--save", options.saveFile, "WORKSPACE",
+              "write the workspace before the streams are closed");
+}
+
+void addFrameOptions(CLI::App& command, Options& options) {
+    addSingle(command, "--frames", options.limits.frames, "N",
+              "stop after so many frames of each stream")
+        ->check(limitFault<std::uint64_t>);
+    addSingle(command, "--seconds", options.limits.seconds, "S",
+              "stop when all streams have run so long; without --frames and\n"
+              "--seconds the streams run until Ctrl-C")
+        ->check(limitFault<double>);
+    command.add_flag("--json", options.json, "print one JSON object a frame, not readable lines");
+    addSingle(command, "--trace", options.traceFile, "FILE",
+              "write every command to the device and every reply with its time");
+}
+
+CLI::App* addCommand(CLI::App& app, Command command, const std::string& name,
+                     const std::string& help, Options& options) {
+    CLI::App* const added = app.add_subcommand(name, help);
+    addHostOptions(*added, options);
+    added->callback([&options, command] { options.command = command; });
+    return added;
+}
+
+CLI::App* addStreamCommand(CLI::App& app, Command command, const std::string& name,
+                           const std::string& help, Options& options) {
+    CLI::App* const added = addCommand(app, command, name, help, options);
+    addSettingOptions(*added, options);
+    addFrameOptions(*added, options);
+    return added;
+}
+
+void addSubject(CLI::App& command, const std::string& name, const std::string& help,
+                bool isRequired, Options& options) {
+    command.add_option(name, options.subject, help)->required(isRequired)->type_name("");
+}
+
+std::vector<std::string> optionNames(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options())
+        for (const std::string& name : option->get_lnames())
+            names.push_back("--" + name);
+    return names;
+}
+
+std::vector<std::string> commandNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({}))
+        names.push_back(command->get_name());
+    return names;
+}
+
+/// Says what is wrong with a command line that could not be read.
+[[noreturn]] void refuseUnread(const CLI::App& app, const std::string& fault) {
+    const std::vector<std::string> leftover = app.remaining(true);
+    const auto chosen = app.get_subcommands();
+    if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
+        refuse("a command is missing: list, stream, run or gui; --help tells more");
+    if (chosen.empty())
+        refuse("unknown command \"" + leftover.front() + "\"" +
+               suggestion(leftover.front(), commandNames(app)));
+    if (leftover.empty())
+        refuse(fault);
+    const std::string name = leftover.front().substr(0, leftover.front().find('='));
+    if (name.rfind('-', 0) == 0)
+        refuse("unknown option \"" + name + "\"" + suggestion(name, optionNames(*chosen.front())));
+    refuse("one argument too many: \"" + leftover.front() + "\"");
 }
 
 } // namespace
 
 std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* argv) {
-    RawOptions raw;
+    Options options;
     CLI::App app(description, "morvalin-host");
     app.require_subcommand(1);
     app.footer(footer);
-    const CLI::App* const list = addCommand(
-        app, "list", "Print the algorithms: id, TAB, display name, TAB, menu path of each", raw);
+    addCommand(app, Command::List, "list",
+               "Print the algorithms: id, TAB, display name, TAB, menu path of each", options);
     CLI::App* const stream =
-        addStreamCommand(app, "stream", "Create one algorithm and print the frames of its stream",
-                         "ALGORITHM-ID", "what to create, as \"list\" prints it", raw);
-    addSingle(*stream, "--dump", raw.dumpFile, "FILE",
+        addStreamCommand(app, Command::Stream, "stream",
+                         "Create one algorithm and print the frames of its stream", options);
+    addSubject(*stream, "ALGORITHM-ID", "what to create, as \"list\" prints it", true, options);
+    addSingle(*stream, "--dump", options.dumpFile, "FILE",
               "write what the device last answered when the stream ends or fails\n"
               "to open");
-    addStreamCommand(app, "run", "Do so for every algorithm of a workspace file", "WORKSPACE",
-                     "a file that --save has written", raw);
-    const CLI::App* const window = addWindowCommand(app, raw);
-    checkValues(argc, argv, optionNames(*stream, true)); // the others have no more than these
+    CLI::App* const run = addStreamCommand(
+        app, Command::Run, "run", "Do so for every algorithm of a workspace file", options);
+    addSubject(*run, "WORKSPACE", "a file that --save has written", true, options);
+    CLI::App* const window =
+        addCommand(app, Command::Window, "gui", "Show a window to use streams in", options);
+    addSettingOptions(*window, options);
+    addSubject(*window, "WORKSPACE", "a workspace file to begin with", false, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
@@ -301,11 +244,7 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     } catch (const CLI::ParseError& error) {
         refuseUnread(app, error.what());
     }
-    if (list->parsed())
-        return readOptions(Command::List, raw);
-    if (window->parsed())
-        return readOptions(Command::Window, raw);
-    return readOptions(stream->parsed() ? Command::Stream : Command::Run, raw);
+    return options;
 }
 
 } // namespace Morvalin::App

@@ -4,32 +4,17 @@
 #include <QApplication>
 #include <QMetaObject>
 
-#include <morvalincore/Log.h>
-#include <morvalinlib/Workspace.h>
+#include <morvalincore/LogText.h>
 
 #include "app/Commands.h"
-#include "app/Plugins.h"
-#include "app/Refusal.h"
-#include "app/Settings.h"
-#include "app/StopRequest.h"
-#include "app/gui/Look.h"
-#include "app/gui/MainWindow.h"
+#include "app/Console.h"
+#include "session/Refusal.h"
+#include "window/Look.h"
+#include "window/MainWindow.h"
 
 namespace Morvalin::App {
 
 namespace {
-
-/// Everything that can be wrong before there is a window.
-void prepare(PluginLoader& plugins, const Options& options) {
-    if (options.subject.empty() && !(options.settings.empty() && options.tools.empty()))
-        throw Refusal(WrongUsage, "--set and --tool are for the streams of a workspace; name one");
-    std::string error;
-    checkToolFiles(options.tools);
-    if (!options.saveFile.empty() && !Workspace::canSave(options.saveFile, error))
-        throw Refusal(FileRefused, "workspace " + error);
-    setSerialPorts(options.serialPorts);
-    loadPlugins(plugins, options.plugins);
-}
 
 /// Qt ends the program with a signal when there is no display, after it has said why in warnings;
 /// here that is a refusal like others.
@@ -46,18 +31,13 @@ void whileQtStarts(QtMsgType type, const QMessageLogContext&, const QString& mes
 void passToLog(QtMsgType type, const QMessageLogContext&, const QString& message) {
     const bool isTrouble = type == QtWarningMsg || type == QtCriticalMsg || type == QtFatalMsg;
     const int level = isTrouble ? Log::Warning : Log::Detail;
-    if (Log::isAccepted(level))
-        Log::log(level, "Qt", message.toStdString());
+    logText(level, "Qt", message.toStdString());
 }
 
 void openWorkspace(MainWindow& window, const Options& options) {
-    const auto adjust = [&](const std::string& streamName, const Properties& current,
-                            Properties& settings) {
-        applyOptions(options, streamName, current, settings);
-    };
     std::string error;
     if (!options.subject.empty() &&
-        !window.workspaces().openFirst(QString::fromStdString(options.subject), adjust, error))
+        !window.workspaces().openFirst(QString::fromStdString(options.subject), options, error))
         throw Refusal(FileRefused, "workspace " + error);
 }
 
@@ -77,6 +57,8 @@ int showWindow(QApplication& application, const PluginLoader& plugins, const Opt
 } // namespace
 
 int runWindow(const Options& options) {
+    if (options.subject.empty() && !(options.settings.empty() && options.tools.empty()))
+        throw Refusal(WrongUsage, "--set and --tool are for the streams of a workspace; name one");
     PluginLoader plugins;
     prepare(plugins, options);
 

@@ -1,26 +1,49 @@
+#include <algorithm>
 #include <clocale>
 #include <exception>
+#include <filesystem>
+#include <system_error>
 
+#include <boost/dll/runtime_symbol_info.hpp>
+#include <boost/dll/shared_library.hpp>
+
+#include <morvalincore/FilePath.h>
 #include <morvalincore/Log.h>
 
 #include "app/Commands.h"
-#include "app/Refusal.h"
+#include "app/Console.h"
 #include "app/platform/StandardStreams.h"
+#include "session/Refusal.h"
 
 namespace Morvalin::App {
 
 namespace {
 
-int printHelp(const std::string& text) {
-    StandardOutput output;
-    std::string error;
-    if (output.write(text, error) == StandardOutput::Result::Failed)
-        throw Refusal(StreamFailed, "the help could not be written: " + error);
-    return Done;
+namespace fs = std::filesystem;
+
+fs::path defaultFolder() {
+    return boost::dll::program_location().parent_path().parent_path() / "plugins";
 }
 
-int execute(const Options& options) {
+/// The plug-ins in the folder "plugins" beside the program's own, sorted by name.
+std::vector<std::string> defaultPlugins() {
+    const fs::path folder = defaultFolder();
+    std::vector<std::string> files;
+    std::error_code ignored; // a folder that is missing holds no plug-ins
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored))
+        if (entry.path().extension() == boost::dll::shared_library::suffix())
+            files.push_back(toText(entry.path()));
+    if (files.empty())
+        throw Refusal(FileRefused,
+                      "there is no plug-in in " + toText(folder) + "; name one with --plugin");
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+int execute(Options options) {
     Log::setLevel(options.logLevel);
+    if (options.plugins.empty())
+        options.plugins = defaultPlugins();
     switch (options.command) {
     case Command::List:
         return listAlgorithms(options);
@@ -36,9 +59,10 @@ int execute(const Options& options) {
 
 int runProgram(int argc, char** argv) {
     const auto parsed = parseCommandLine(argc, argv);
-    if (const auto* const help = std::get_if<HelpText>(&parsed))
-        return printHelp(help->text);
-    return execute(std::get<Options>(parsed));
+    if (const auto* const options = std::get_if<Options>(&parsed))
+        return execute(*options);
+    print(std::get<HelpText>(parsed).text, "the help");
+    return Done;
 }
 
 } // namespace

@@ -16,6 +16,7 @@ public:
     enum class Traffic {
         Sent,     ///< the bytes of one command
         Received, ///< the bytes of one reply; none: it did not come, or not whole
+        Dropped,  ///< bytes that came too late for the command that they answer
         Note      ///< a text: something that was done to the connection
     };
 
@@ -29,8 +30,10 @@ public:
     /// exchange with the device that is under way.
     virtual std::string stateDump() = 0;
 
-    /// Sets or (with an empty function) removes the receiver of the traffic. Only while no device
-    /// is connected; without one, tracing costs nothing.
+    /// Sets or (with an empty function) removes the receiver of the traffic. Any thread, at any
+    /// time, a connected device's traffic included; waits for an exchange with the device that is
+    /// under way, or for as long as the stream takes to open. On return the receiver before it is
+    /// not running and is not called any more. Without one, tracing costs nothing.
     virtual void setTraceSink(TraceSink sink) = 0;
 };
 

@@ -1,10 +1,11 @@
 #include <morvalincore/Log.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <mutex>
 #include <utility>
+
+#include <morvalincore/ControlCharacters.h>
 
 namespace Morvalin {
 namespace {
@@ -19,13 +20,6 @@ struct State {
 State& state() {
     static State& instance = *new State;
     return instance;
-}
-
-/// A message may hold bytes that a device sent. None of them may end the line and forge another
-/// one, or steer the terminal.
-void blankControlCharacters(std::string& line) {
-    std::replace_if(
-        line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
 }
 
 thread_local bool isInsideSink = false;
@@ -59,7 +53,7 @@ void Log::log(int level, const std::string& category, const std::string& text) n
 void Log::print(int level, const std::string& category, const std::string& text) noexcept {
     try {
         std::string line = "[" + std::to_string(level) + "] " + category + ": " + text;
-        blankControlCharacters(line);
+        replaceControlCharacters(line, ' ');
         line += '\n';
         std::fwrite(line.data(), 1, line.size(), stderr);
     } catch (...) {

@@ -5,6 +5,9 @@
 #include <optional>
 #include <system_error>
 
+#include <boost/algorithm/string/finder.hpp>
+#include <boost/algorithm/string/iter_find.hpp>
+
 namespace Morvalin {
 namespace {
 
@@ -53,7 +56,7 @@ void Properties::setName(std::string name) {
     blockName = std::move(name);
 }
 
-const Properties::Parameter* Properties::find(const std::string& key) const {
+const Properties::Parameter* Properties::findParam(const std::string& key) const {
     const auto found =
         std::find_if(parameters.begin(), parameters.end(),
                      [&](const Parameter& parameter) { return parameter.key == key; });
@@ -61,28 +64,28 @@ const Properties::Parameter* Properties::find(const std::string& key) const {
 }
 
 Properties::Parameter* Properties::find(const std::string& key) {
-    return const_cast<Parameter*>(std::as_const(*this).find(key));
+    return const_cast<Parameter*>(findParam(key));
 }
 
 bool Properties::param(const std::string& key, std::string& out) const {
-    const Parameter* parameter = find(key);
+    const Parameter* parameter = findParam(key);
     if (parameter)
         out = parameter->value;
     return parameter != nullptr;
 }
 
 bool Properties::param(const std::string& key, std::int32_t& out) const {
-    const Parameter* parameter = find(key);
+    const Parameter* parameter = findParam(key);
     return parameter && assignIfParsed(parseInteger(parameter->value), out);
 }
 
 bool Properties::param(const std::string& key, bool& out) const {
-    const Parameter* parameter = find(key);
+    const Parameter* parameter = findParam(key);
     return parameter && assignIfParsed(parseBoolean(parameter->value), out);
 }
 
 bool Properties::hasParam(const std::string& key) const {
-    return find(key) != nullptr;
+    return findParam(key) != nullptr;
 }
 
 void Properties::store(const std::string& key, std::string value, ValueKind kind) {
@@ -120,7 +123,7 @@ void Properties::setParamType(const std::string& key, int type) {
 }
 
 int Properties::paramType(const std::string& key) const {
-    const Parameter* parameter = find(key);
+    const Parameter* parameter = findParam(key);
     return parameter ? parameter->type : 0;
 }
 
@@ -137,8 +140,16 @@ void Properties::setParamAttribute(const std::string& key, const std::string& na
 
 const Properties::Attributes& Properties::paramAttributes(const std::string& key) const {
     static const Attributes none;
-    const Parameter* parameter = find(key);
+    const Parameter* parameter = findParam(key);
     return parameter ? parameter->attributes : none;
+}
+
+std::vector<std::string> Properties::choices(const std::string& key) const {
+    std::vector<std::string> texts;
+    for (const auto& [name, value] : paramAttributes(key))
+        if (name == "values" && !value.empty())
+            boost::algorithm::iter_split(texts, value, boost::algorithm::first_finder(", "));
+    return texts;
 }
 
 void Properties::setAttribute(const std::string& name, const std::string& value) {

@@ -76,8 +76,12 @@ public:
     void setParamAttribute(const std::string& key, const std::string& name,
                            const std::string& value);
     const Attributes& paramAttributes(const std::string& key) const;
+    /// The texts that a choice offers; none when they are not known.
+    std::vector<std::string> choices(const std::string& key) const;
 
     const std::vector<Parameter>& params() const { return parameters; }
+    /// Null when the key is missing.
+    const Parameter* findParam(const std::string& key) const;
 
     // The block's own attributes
 
@@ -107,7 +111,6 @@ public:
 private:
     friend class PropertiesReader;
 
-    const Parameter* find(const std::string& key) const;
     Parameter* find(const std::string& key);
     void store(const std::string& key, std::string value, ValueKind kind);
 

@@ -8,6 +8,7 @@
 #include <pugixml.hpp>
 
 #include "XmlText.h"
+#include <morvalincore/ControlCharacters.h>
 
 namespace Morvalin {
 namespace {
@@ -17,8 +18,7 @@ std::string quoted(std::string text) {
     constexpr std::size_t longest = 60;
     if (text.size() > longest)
         text = text.substr(0, longest) + "...";
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+    replaceControlCharacters(text, ' ');
     return '"' + text + '"';
 }
 

@@ -1,6 +1,8 @@
-#include <morvalinlib/Algorithm.h>
+#include <morvalinlib/StreamIoAlgorithm.h>
 
 #include <utility>
+
+#include <morvalincore/GlobalSettings.h>
 
 namespace Morvalin {
 
@@ -13,5 +15,14 @@ void Algorithm::setFactoryInfo(FactoryInfo factoryInfo) {
 std::string Algorithm::name() const {
     return info.displayName;
 }
+
+void IoAlgorithm::configureFromGlobalSettings() {
+    const Properties settings = GlobalSettings::snapshot();
+    configure(settings.subProperties(factoryInfo().id));
+}
+
+StreamAlgorithmBase::~StreamAlgorithmBase() = default;
+
+StreamIoAlgorithm::~StreamIoAlgorithm() = default;
 
 } // namespace Morvalin

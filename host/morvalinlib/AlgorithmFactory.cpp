@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include <morvalincore/Log.h>
+#include <morvalincore/LogText.h>
 
 namespace Morvalin {
 
@@ -32,8 +32,7 @@ describeIf(const std::vector<AlgorithmFactory::Entry>& entries, Condition condit
 }
 
 void logFailedCreation(const std::string& id, const char* message) {
-    if (Log::isAccepted(Log::Error))
-        Log::log(Log::Error, logCategory, "Cannot create algorithm " + id + ": " + message);
+    logText(Log::Error, logCategory, "Cannot create algorithm ", id, ": ", message);
 }
 
 } // namespace
@@ -128,8 +127,7 @@ void AlgorithmFactory::registerAlgorithm(const std::string& category,
                                          Creator creator) {
     std::string id = factoryName + "." + registeredName;
     if (find(id) != nullptr) {
-        if (Log::isAccepted(Log::Warning))
-            Log::log(Log::Warning, logCategory, "Algorithm already registered: " + id);
+        logText(Log::Warning, logCategory, "Algorithm already registered: ", id);
         return;
     }
     registered.push_back(

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include <morvalincore/Log.h>
+#include <morvalincore/LogText.h>
 #include <morvalincore/Properties.h>
 #include <morvalinlib/StreamIoAlgorithm.h>
 
@@ -104,9 +104,8 @@ private:
 
     void fail(const char* message) {
         setStatus(Failure);
-        if (Log::isAccepted(Log::Error))
-            Log::log(Log::Error, "CreateStreamIoAlgorithm",
-                     std::string("Could not instantiate a new Stream: ") + message);
+        logText(Log::Error, "CreateStreamIoAlgorithm",
+                "Could not instantiate a new Stream: ", message);
     }
 
     std::unique_ptr<Properties> stored;

@@ -11,7 +11,7 @@
 #include <boost/dll/shared_library.hpp>
 
 #include <morvalincore/FilePath.h>
-#include <morvalincore/Log.h>
+#include <morvalincore/LogText.h>
 
 namespace Morvalin {
 
@@ -160,9 +160,8 @@ PluginLoader::LoadedPlugin PluginLoader::loadOrThrow(const std::string& path) co
     result.plugin = createPlugin(create);
     checkDependencies(*result.plugin);
     initialise(*result.plugin);
-    if (Log::isAccepted(Log::Detail))
-        Log::log(Log::Detail, "PluginLoader",
-                 "Loaded " + result.id + " from " + path + " (" + descriptor + ")");
+    logText(Log::Detail, "PluginLoader", "Loaded ", result.id, " from ", path, " (", descriptor,
+            ")");
     return result;
 }
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include <morvalincore/Log.h>
+#include <morvalincore/LogText.h>
 
 namespace Morvalin {
 
@@ -22,8 +22,7 @@ bool WorkspaceConversionRegistry::convert(Properties& root, const std::string& p
         if (!conversion.function || !conversion.function(root, path))
             continue;
         changed = true;
-        if (Log::isAccepted(Log::Information))
-            Log::log(Log::Information, "Workspace", path + ": " + conversion.description);
+        logText(Log::Information, "Workspace", path, ": ", conversion.description);
     }
     return changed;
 }

@@ -98,6 +98,10 @@ std::future<bool> Stream::closeAsync() {
     return streamOperations->runAsync(StreamOperation::Close);
 }
 
+void Stream::closeForGood() {
+    streamOperations->closeForGood();
+}
+
 bool Stream::perform(StreamOperation operation) {
     switch (operation) {
     case StreamOperation::Open:

@@ -46,14 +46,17 @@ class StreamWorker;
 ///
 /// While a stream runs, its worker thread calls doWork() again and again, never at the same time as
 /// a hook. State changes are announced, and data is handed out, with no lock of the stream held.
-/// Receivers may run on any thread and must not block on the GUI thread.
+/// Receivers may run on any thread and must not block on the GUI thread. A receiver may ask for an
+/// operation, but it must not wait for the future of openAsync() or closeAsync(): the operation's
+/// turn comes when the receiver has returned.
 ///
 /// Closing: close() and closeAsync() cancel the operations that are queued, except for other
 /// closes; their result is false. close() waits for the one that runs and ends the worker.
 ///
-/// Destruction: a class that implements the hooks calls close() first in its destructor, while they
-/// still exist, and nobody may call an operation after that, slots of stateChanged included. A
-/// stream is not destroyed from one of its own slots, hooks or doWork().
+/// Destruction: a class that implements the hooks calls closeForGood() first in its destructor,
+/// while they still exist. Slots and hooks may go on asking for operations, which are refused;
+/// other threads must not begin to any more, while calls that wait already return false. A stream
+/// is not destroyed from one of its own slots, hooks or doWork().
 class MORVALINSTREAM_EXPORT Stream : public Data, public Configurable {
 public:
     enum State : int {
@@ -123,6 +126,11 @@ protected:
     /// True when doWork() goes on in state Paused; false by default.
     virtual bool worksWhilePaused() const;
 
+    /// For destructors: closes the stream as close() does and takes no further operation: each
+    /// returns false and calls no hook. Everything that is queued is cancelled. On return no thread
+    /// is inside an operation. Further calls do nothing, so each class of a hierarchy may make one.
+    void closeForGood();
+
 public:
     bool open();
     bool start();
@@ -138,8 +146,10 @@ public:
 
     /// Every change of state, announced before the hook of the new state runs.
     Signal<void(const StateChange&)> stateChanged;
-    /// Everything that the stream hands out while it runs, on the worker thread.
-    Signal<void(const std::shared_ptr<Data>&)> output;
+    /// Everything that the stream hands out while it runs, on the worker thread. Receivers share
+    /// it. When some of them throw, the others are called all the same; then the first exception
+    /// goes on to doWork(), which emitted the signal.
+    Signal<void(const std::shared_ptr<const Data>&), CallEverySlotThenThrow> output;
 
 private:
     friend class StreamOperations;

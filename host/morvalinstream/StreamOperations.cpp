@@ -15,45 +15,67 @@ StreamOperations::StreamOperations(Stream& owner, const StreamWorker& streamWork
 
 StreamOperations::~StreamOperations() {
     {
-        const Lock lock(mutex);
-        isEnding = true;
-        cancelWaiting(lock, false);
+        Lock lock(mutex);
+        refuseFurther(lock);
     }
     if (ownThread.joinable())
         ownThread.join();
 }
 
 bool StreamOperations::run(StreamOperation operation) {
-    if (isUsedByStream()) {
-        runAsync(operation);
+    Lock lock(mutex);
+    if (isEnding)
+        return false;
+    if (isUsedByStream(lock)) {
+        if (hasOwnThread(lock))
+            enqueue(lock, operation, true);
         return true;
     }
-    Lock lock(mutex);
     const EntryPointer entry = enqueue(lock, operation, false);
+    ++callers;
     changed.wait(lock, [&] { return entry->isCancelled || queue.front() == entry; });
-    return !entry->isCancelled && operate(lock, operation);
+    const bool hasSucceeded = !entry->isCancelled && operate(lock, operation);
+    --callers;
+    changed.notify_all();
+    return hasSucceeded;
 }
 
 std::future<bool> StreamOperations::runAsync(StreamOperation operation) {
     const Lock lock(mutex);
+    if (!isEnding && hasOwnThread(lock))
+        return enqueue(lock, operation, true)->result.get_future();
+    std::promise<bool> refused;
+    refused.set_value(false);
+    return refused.get_future();
+}
+
+void StreamOperations::closeForGood() {
+    Lock lock(mutex);
+    refuseFurther(lock);
+    enqueue(lock, StreamOperation::Close, false);
+    operate(lock, StreamOperation::Close);
+}
+
+void StreamOperations::refuseFurther(Lock& lock) {
+    isEnding = true;
+    cancelWaiting(lock, false);
+    changed.wait(lock, [this] { return queue.empty() && callers == 0; });
+}
+
+bool StreamOperations::isUsedByStream(const Lock&) const {
+    return worker.isThisThread() || operatingThread == std::this_thread::get_id();
+}
+
+bool StreamOperations::hasOwnThread(const Lock&) {
     try {
         if (!ownThread.joinable())
             ownThread = std::thread([this] { runQueued(); });
+        return true;
     } catch (const std::system_error& error) {
         Log::log(Log::Error, "Stream",
                  stream.name() + ": no thread to operate on: " + std::string(error.what()));
-        std::promise<bool> refused;
-        refused.set_value(false);
-        return refused.get_future();
+        return false;
     }
-    return enqueue(lock, operation, true)->result.get_future();
-}
-
-bool StreamOperations::isUsedByStream() const {
-    if (worker.isThisThread())
-        return true;
-    const Lock lock(mutex);
-    return operatingThread == std::this_thread::get_id();
 }
 
 StreamOperations::EntryPointer StreamOperations::enqueue(const Lock& lock,

@@ -18,7 +18,8 @@ namespace Morvalin {
 /// Every operation may be called from any thread and is atomic; results are copies. Operations that
 /// change something return a set of InstrumentModification flags, which the caller hands to
 /// TrackingStream::emitSignals(). Functions passed to modify() and modifyAll() run under the
-/// registry's lock and must not call back into it. Unknown ids are logged, never thrown.
+/// registry's lock and must not call back into it; what they throw reaches the caller. Unknown ids
+/// are never thrown: they are answered with nothing, and a registry may log them.
 class MORVALINSTREAM_EXPORT ThreadSafeInstrumentsBase {
 public:
     using ModifyFunction = std::function<void(const std::string& id, TrackingInstrument&)>;

@@ -14,13 +14,14 @@ std::int64_t millisecondsNow() {
     return std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count();
 }
 
+/// An inactive instrument is not measured: its stamp is that of a measurement long past, or of a
+/// clock that has been put back since. 0 when nothing was measured.
 std::int64_t newestTimestamp(const std::vector<TrackingInstrument>& instruments) {
-    const auto newest =
-        std::max_element(instruments.begin(), instruments.end(),
-                         [](const TrackingInstrument& a, const TrackingInstrument& b) {
-                             return a.timestamp < b.timestamp;
-                         });
-    return newest == instruments.end() ? 0 : newest->timestamp;
+    std::int64_t newest = 0;
+    for (const TrackingInstrument& instrument : instruments)
+        if (instrument.active)
+            newest = std::max(newest, instrument.timestamp);
+    return newest;
 }
 
 bool contains(const std::vector<TrackingInstrument>& instruments, const std::string& id) {

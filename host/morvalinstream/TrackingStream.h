@@ -48,7 +48,8 @@ protected:
     void emitSignals(std::uint32_t flags);
 
     /// A frame with copies of the instruments, the main id, the stream's name and a timestamp: the
-    /// newest of the instruments, else the system clock's. Takes only the registry's lock.
+    /// newest of the active instruments, or the system clock's when none of them has a positive
+    /// one. Takes only the registry's lock.
     std::unique_ptr<TrackingStreamData> createTrackingStreamData() const;
 
 private:

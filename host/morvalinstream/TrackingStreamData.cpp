@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <morvalinstream/TrackingInstrumentFiducialsData.h>
+
 namespace Morvalin {
 
 std::string TrackingStreamData::kind() const {
@@ -13,9 +15,17 @@ std::string TrackingStreamData::describe() const {
            " instruments at " + std::to_string(timestamp) + " ms";
 }
 
-void TrackingStreamData::addComponent(std::unique_ptr<Data> component) {
+void TrackingStreamData::addComponent(std::unique_ptr<const Data> component) {
     if (component)
         parts.push_back(std::move(component));
+}
+
+std::string TrackingInstrumentFiducialsData::kind() const {
+    return "TrackingInstrumentFiducialsData";
+}
+
+std::string TrackingInstrumentFiducialsData::describe() const {
+    return std::to_string(positions.size()) + " fiducials";
 }
 
 } // namespace Morvalin

@@ -19,8 +19,8 @@ public:
     std::string describe() const override;
 
     /// Takes ownership; null adds nothing.
-    void addComponent(std::unique_ptr<Data> component);
-    const std::vector<std::unique_ptr<Data>>& components() const { return parts; }
+    void addComponent(std::unique_ptr<const Data> component);
+    const std::vector<std::unique_ptr<const Data>>& components() const { return parts; }
 
     std::string streamName;
     std::string mainId;         ///< empty when there is no main instrument
@@ -28,7 +28,7 @@ public:
     std::vector<TrackingInstrument> instruments;
 
 private:
-    std::vector<std::unique_ptr<Data>> parts;
+    std::vector<std::unique_ptr<const Data>> parts;
 };
 
 } // namespace Morvalin

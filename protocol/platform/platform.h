@@ -11,7 +11,7 @@
 namespace protocol::platform {
 
 // The outcome of one read or write. A time-out or the end of the data is a count of 0 without
-// fault.
+// fault; of a socket, a time-out has the system's number for it and the end has none.
 struct Transfer {
     enum class Fault {
         none,
@@ -112,9 +112,8 @@ int getReceiveTimeout(std::int64_t socket); // 0: for ever
 
 Transfer receiveFrom(std::int64_t socket, char* buffer, int max);
 
-// What is there already or comes within so many milliseconds; 0 when nothing does, or the peer
-// ended.
-int receiveWithin(std::int64_t socket, char* buffer, int max, int ms);
+// The same with a time-out of its own; 0 takes what is there already.
+Transfer receiveWithin(std::int64_t socket, char* buffer, int max, int ms);
 
 // Waits up to 5 s for room; a count of 0 tells that there was none.
 Transfer sendTo(std::int64_t socket, const char* bytes, int n);
@@ -123,6 +122,9 @@ Transfer sendTo(std::int64_t socket, const char* bytes, int n);
 
 // At least so long, whatever signals arrive.
 void sleepMs(int ms);
+
+// Milliseconds since some moment, never going back.
+std::int64_t nowMs();
 
 // While it lives, the calling thread and the threads that it makes take no signals: those are for
 // the program's own threads.

@@ -18,11 +18,11 @@
 
 #include <morvalinlib/Workspace.h>
 
-#include "app/gui/Look.h"
-#include "app/gui/MainWindow.h"
-#include "app/gui/StatusStrip.h"
-#include "app/gui/VolumeView.h"
 #include "simulator/Simulator.h"
+#include "window/Look.h"
+#include "window/MainWindow.h"
+#include "window/StatusStrip.h"
+#include "window/VolumeView.h"
 
 using namespace Morvalin;
 using namespace Morvalin::App;

@@ -1,5 +1,4 @@
 #include "simulator/Line.h"
-#include "simulator/Simulator.h"
 #include "simulator/posix/PtyTerminal.h"
 
 #include <boost/asio/buffer.hpp>

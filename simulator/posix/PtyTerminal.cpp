@@ -1,8 +1,10 @@
 #include "simulator/posix/PtyTerminal.h"
 
+// Rates without a B constant are read as numbers: the kernel's header, which clashes with
+// <termios.h>.
+#include <asm/termbits.h>
 #include <fcntl.h>
 #include <sys/ioctl.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <array>
@@ -21,14 +23,15 @@ void check(bool isFine, const char* what) {
 }
 
 void setRaw(int terminal) {
-    termios settings{};
-    check(::tcgetattr(terminal, &settings) == 0, "terminal settings");
-    ::cfmakeraw(&settings);
-    settings.c_cflag |= CLOCAL | CREAD;
-    settings.c_cflag &= ~static_cast<tcflag_t>(CRTSCTS);
-    ::cfsetispeed(&settings, B9600);
-    ::cfsetospeed(&settings, B9600);
-    check(::tcsetattr(terminal, TCSANOW, &settings) == 0, "terminal settings");
+    termios2 settings{};
+    check(::ioctl(terminal, TCGETS2, &settings) == 0, "terminal settings");
+    settings.c_iflag = 0;
+    settings.c_oflag = 0;
+    settings.c_lflag = 0;
+    settings.c_cflag = B9600 | CS8 | CLOCAL | CREAD;
+    settings.c_cc[VMIN] = 1;
+    settings.c_cc[VTIME] = 0;
+    check(::ioctl(terminal, TCSETS2, &settings) == 0, "terminal settings");
 }
 
 } // namespace
@@ -61,7 +64,11 @@ PtyTerminal::~PtyTerminal() {
 }
 
 PtyTerminal::HostLine PtyTerminal::hostLine() const {
-    return readHostLine(m_host);
+    termios2 settings{};
+    if (::ioctl(m_host, TCGETS2, &settings) != 0) {
+        return {};
+    }
+    return {static_cast<int>(settings.c_ospeed), (settings.c_cflag & CRTSCTS) != 0};
 }
 
 void PtyTerminal::discardReceived() {

@@ -34,8 +34,4 @@ private:
     std::string m_hostPath;
 };
 
-/// Baud as a number and the RTS/CTS flag of a terminal, for rates without a B constant as well. In
-/// a file of its own: its system header clashes with <termios.h>.
-PtyTerminal::HostLine readHostLine(int terminal);
-
 } // namespace ndisim

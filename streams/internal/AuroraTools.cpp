@@ -1,9 +1,8 @@
 #include "streams/internal/ToolSetup.h"
 
-#include "protocol/device.h"
-#include "streams/internal/LogText.h"
+#include "streams/internal/NdiLog.h"
+#include "streams/internal/OpenDevice.h"
 #include "streams/internal/ToolCommands.h"
-#include "streams/internal/ToolDefinition.h"
 #include "streams/internal/ToolInformation.h"
 
 #include <memory>
@@ -16,18 +15,16 @@ constexpr int occupiedBit = 0x01;
 constexpr int initializedBit = 0x10;
 constexpr int enabledBit = 0x20;
 
-constexpr unsigned portLocationQuery = 0x0020;
-constexpr unsigned toolQuery = 0x0025; // tool information, part number, port location
-
-std::int32_t queryPhysicalPort(DeviceRecord* device, int handle) {
-    const char* const reply =
-        deviceCommand(device, "PHINF:%02X%04X", static_cast<unsigned>(handle), portLocationQuery);
-    const std::int32_t port = deviceGetError(device) == 0 ? physicalPort(reply) : 0;
+std::int32_t queryPhysicalPort(OpenDevice& device, std::int32_t handle) {
+    const std::int32_t port = readPhysicalPort(device, handle);
     logNdi(Log::Detail, "Physical port is ", port, "!");
     return port;
 }
 
-void uploadRegistered(DeviceRecord* device, const NDITrackingInstrumentInfo& tool) {
+void uploadRegistered(OpenDevice& device, const NDITrackingInstrumentInfo& tool) {
+    if (tool.portHandle == noPortHandle)
+        logNdi(Log::Warning, "Tool definition ", tool.name,
+               " has no port handle: the tool in port ", tool.port, " will not be tracked.");
     std::int32_t partNumber = 0; // the tool is named by the part number that it reports itself
     if (uploadToolDefinition(device, tool.portHandle, tool.romFile, partNumber) != 0)
         logNdi(Log::Error, "ROM file for ", tool.name, " could not be uploaded from ",
@@ -43,7 +40,7 @@ struct PluggedTool {
 
 /// A registered tool keeps the handle of its registration: the listed one only tells in which port
 /// it is plugged.
-PluggedTool identifyTool(DeviceRecord* device,
+PluggedTool identifyTool(OpenDevice& device,
                          const std::vector<NDITrackingInstrumentInfo>& registered,
                          std::int32_t listedHandle) {
     const std::int32_t port = queryPhysicalPort(device, listedHandle);
@@ -55,7 +52,7 @@ PluggedTool identifyTool(DeviceRecord* device,
     return {{{}, {}, port, listedHandle}, false};
 }
 
-void prepareTool(DeviceRecord* device, int position, int status, std::int32_t portHandle) {
+void prepareTool(OpenDevice& device, int position, int status, std::int32_t portHandle) {
     logNdi(Log::Detail, "Trying to initialized tool in port ", position, "...");
     if ((status & initializedBit) == 0)
         initializePort(device, portHandle);
@@ -64,10 +61,9 @@ void prepareTool(DeviceRecord* device, int position, int status, std::int32_t po
         enablePort(device, portHandle);
 }
 
-ToolInformation queryToolInformation(DeviceRecord* device, int position, std::int32_t portHandle) {
+ToolInformation queryToolInformation(OpenDevice& device, int position, std::int32_t portHandle) {
     logNdi(Log::Detail, "Obtaining tool meta data, port ", position, "...");
-    deviceCommand(device, "PHINF:%02X%04X", static_cast<unsigned>(portHandle), toolQuery);
-    return readToolInformation(device);
+    return readToolInformation(device, portHandle);
 }
 
 std::uint32_t enterTool(const ToolSetup& setup, PluggedTool tool,
@@ -91,16 +87,15 @@ std::uint32_t setUpAuroraTools(const ToolSetup& setup) {
     logNdi(Log::Detail, "Querying connected NDI tools...");
     std::uint32_t flags = setup.instruments.clear();
     const std::vector<NDITrackingInstrumentInfo> registered = setup.registrations.value();
-    deviceCommand(setup.device, "PHSR:%02X", 0U);
-    const int count = devicePhsrCount(setup.device);
+    const DeviceRecord* const list = setup.device.record();
+    const int count = listPortHandles(setup.device, PortHandles::All);
     logNdi(Log::Detail, "Found ", count, " ports.");
     for (int i = 0; i < count; ++i) {
-        const int status = devicePhsrStatus(setup.device, i);
+        const int status = devicePhsrStatus(list, i);
         if ((status & occupiedBit) == 0)
             continue;
         logNdi(Log::Detail, "Tool in port ", i, "!");
-        PluggedTool tool =
-            identifyTool(setup.device, registered, devicePhsrHandle(setup.device, i));
+        PluggedTool tool = identifyTool(setup.device, registered, devicePhsrHandle(list, i));
         prepareTool(setup.device, i, status, tool.info.portHandle);
         const ToolInformation information =
             queryToolInformation(setup.device, i, tool.info.portHandle);

@@ -1,43 +1,49 @@
 #include "streams/internal/DeviceConnection.h"
 
-#include "protocol/device.h"
-#include "streams/internal/DeviceAddress.h"
-#include "streams/internal/Diagnosis.h"
-#include "streams/internal/LogText.h"
+#include "streams/DeviceAddress.h"
+#include "streams/internal/NdiLog.h"
+#include "streams/internal/OpenDevice.h"
 
 #include <boost/thread/lock_guard.hpp>
 
-#include <limits>
+#include <utility>
 
 namespace Morvalin {
 namespace {
+
+/// Adds a remark to the trace. Nothing is built when nobody traces.
+template <class... Pieces>
+void traceNote(const NDIConnectionData& connection, const Pieces&... pieces) {
+    if (!connection.traceSink)
+        return;
+    std::string text;
+    (appendPiece(text, pieces), ...);
+    connection.traceSink(Diagnosable::Traffic::Note, text);
+}
+
+Diagnosable::Traffic kindOf(DeviceTraffic traffic) {
+    switch (traffic) {
+    case DeviceTraffic::sent:
+        return Diagnosable::Traffic::Sent;
+    case DeviceTraffic::dropped:
+        return Diagnosable::Traffic::Dropped;
+    default:
+        return Diagnosable::Traffic::Received;
+    }
+}
+
+void passOn(DeviceTraffic traffic, const char* bytes, int length, void* connection) {
+    static_cast<const NDIConnectionData*>(connection)
+        ->traceSink(kindOf(traffic), {bytes, static_cast<std::size_t>(length)});
+}
 
 constexpr int initializationTimeoutMs = 5000;
 constexpr int operationTimeoutMs = 100;
 
 using ConnectionType = NDIConnectionData::ConnectionType;
 
-DeviceRecord* openNetwork(const std::string& host, std::int32_t port) {
-    if (port < 0 || port > std::numeric_limits<std::uint16_t>::max())
-        return nullptr;
-    return deviceOpenNetwork(host.c_str(), static_cast<std::uint16_t>(port));
-}
-
 void logInvalidAddress() {
     logNdi(Log::Error, "Invalid Ip address or COM port!");
-}
-
-/// 8 data bits, no parity, 1 stop bit.
-void setLinkSpeed(DeviceRecord* device, std::int32_t code, bool handshake) {
-    deviceCommand(device, "COMM:%d%03d%d", code, 0, handshake ? 1 : 0);
-}
-
-bool findSerialDevice(const std::function<bool()>& search) {
-    logNdi(Log::Detail, "Searching for tracking devices...");
-    if (search())
-        return true;
-    logNdi(Log::Error, "No NDI tracking system found!");
-    return false;
 }
 
 bool probe(const NDIConnectionData& connection, const std::string& portName) {
@@ -53,14 +59,29 @@ bool answersProbe(const NDIConnectionData& connection, const std::string& portNa
     return false;
 }
 
+std::optional<std::string> findSerialDevice(NDIConnectionData& connection) {
+    logNdi(Log::Detail, "Searching for tracking devices...");
+    std::optional<std::string> found = searchSerialPorts(connection);
+    if (!found)
+        logNdi(Log::Error, "No NDI tracking system found!");
+    return found;
+}
+
 } // namespace
+
+NDIConnectionData::NDIConnectionData(ConnectionType type, std::string address) :
+    hardwareDevice(std::move(address)), connectionType(type) {}
+
+NDIConnectionData::~NDIConnectionData() {
+    releaseDevice(*this);
+}
 
 std::optional<std::string> connectNetworkDevice(NDIConnectionData& connection) {
     std::string address = connection.hardwareDevice.value();
     if (holdsNetworkAddress(address)) {
         const std::int32_t port = connection.hardwareIPPort;
         logNdi(Log::Information, "Connecting to ", address, ":", port, " via IP...");
-        connection.device = openNetwork(address, port);
+        connection.device = OpenDevice::overNetwork(address, port);
         return address;
     }
     if (!asksForSearch(address) && !isSerialPortName(address)) {
@@ -73,8 +94,7 @@ std::optional<std::string> connectNetworkDevice(NDIConnectionData& connection) {
     return std::nullopt;
 }
 
-std::optional<std::string> connectSerialDevice(NDIConnectionData& connection,
-                                               const std::function<bool()>& search) {
+std::optional<std::string> connectSerialDevice(NDIConnectionData& connection) {
     std::string address = connection.hardwareDevice.value();
     if (holdsNetworkAddress(address)) {
         logNdi(Log::Error, "TCP/IP connection is only supported for PolarisVega. Polaris Serial "
@@ -83,9 +103,11 @@ std::optional<std::string> connectSerialDevice(NDIConnectionData& connection,
         return std::nullopt;
     }
     if (asksForSearch(address)) {
-        if (!findSerialDevice(search))
+        // The stored name may have been set to another one meanwhile.
+        const std::optional<std::string> found = findSerialDevice(connection);
+        if (!found)
             return std::nullopt;
-        address = connection.hardwareDevice.value();
+        address = *found;
     } else if (!isSerialPortName(address)) {
         logInvalidAddress();
         return address;
@@ -93,23 +115,23 @@ std::optional<std::string> connectSerialDevice(NDIConnectionData& connection,
         return std::nullopt;
     }
     logNdi(Log::Information, "Connecting to ", address, " as serial device...");
-    connection.device = deviceOpenSerial(address.c_str());
+    connection.device = OpenDevice::overSerialLine(address);
     return address;
 }
 
-bool searchSerialPorts(NDIConnectionData& connection) {
+std::optional<std::string> searchSerialPorts(NDIConnectionData& connection) {
     for (int index = 0; index < serialPortCount; ++index) {
         const std::string name = serialPortName(index);
         if (!probe(connection, name))
             continue;
         connection.hardwareDevice.assign(name);
-        return true;
+        return name;
     }
-    return false;
+    return std::nullopt;
 }
 
 bool initializeDevice(NDIConnectionData& connection, const std::string& address, void* stream) {
-    DeviceRecord* const device = connection.device;
+    OpenDevice* const device = connection.device.get();
     traceNote(connection, "opened ", address, device == nullptr ? ": failed" : "");
     if (device == nullptr) {
         logNdi(Log::Error, "Connection could not be established!");
@@ -117,21 +139,21 @@ bool initializeDevice(NDIConnectionData& connection, const std::string& address,
     }
     logNdi(Log::Information, "Connection established at ", address, ". Using ",
            connection.binaryQueryMode ? "binary" : "text", " mode.");
-    deviceSetErrorCallback(device, logDeviceError, stream);
+    deviceSetErrorCallback(device->record(), logDeviceError, stream);
     traceDevice(connection);
     const bool isSerial = connection.connectionType == ConnectionType::Serial;
     if (isSerial) {
         const std::int32_t rate = connection.measurementRate;
         logNdi(Log::Detail, "Setting measurement rate to ", rate, "...");
-        setLinkSpeed(device, rate, true);
+        device->setLinkSpeed(rate, true);
     } else {
-        deviceSetNetworkTimeout(device, initializationTimeoutMs);
+        deviceSetNetworkTimeout(device->record(), initializationTimeoutMs);
     }
     logNdi(Log::Detail, "Initializing device...");
-    deviceCommand(device, "INIT:");
+    device->command("INIT:");
     logNdi(Log::Detail, "Device initialized.");
     if (!isSerial)
-        deviceSetNetworkTimeout(device, operationTimeoutMs);
+        deviceSetNetworkTimeout(device->record(), operationTimeoutMs);
     return true;
 }
 
@@ -139,13 +161,7 @@ void releaseDevice(NDIConnectionData& connection) {
     const boost::lock_guard<std::mutex> lock(connection.releaseLock);
     if (connection.device == nullptr)
         return;
-    if (connection.connectionType == ConnectionType::Serial) {
-        setLinkSpeed(connection.device, 0, false);
-        deviceCloseSerial(connection.device);
-    } else {
-        deviceCloseNetwork(connection.device);
-    }
-    connection.device = nullptr;
+    connection.device.reset();
     traceNote(connection, "closed");
 }
 
@@ -154,6 +170,29 @@ void logDeviceError(std::int32_t code, const char* text, void* stream) {
                                    ? "NDI Tracking System Error: "
                                    : "NDI Error occurred outside of PolarisAuroraTrackingStream: ";
     logNdi(Log::Error, origin, code, " ", text);
+}
+
+// ---- What a connection tells for a report
+
+std::string dumpDevice(const NDIConnectionData& connection) {
+    const boost::lock_guard<std::mutex> lock(connection.releaseLock);
+    if (connection.device == nullptr)
+        return {};
+    std::string text(deviceDumpState(connection.device->record(), nullptr, 0) + 1, '\0');
+    text.resize(deviceDumpState(connection.device->record(), text.data(), text.size()));
+    return text;
+}
+
+void traceDevice(NDIConnectionData& connection) {
+    deviceSetTraceCallback(connection.device->record(), connection.traceSink ? passOn : nullptr,
+                           &connection);
+}
+
+void traceTo(NDIConnectionData& connection, Diagnosable::TraceSink& sink) {
+    const boost::lock_guard<std::mutex> lock(connection.releaseLock); // what closes shows it, too
+    connection.traceSink.swap(sink);
+    if (connection.device != nullptr)
+        traceDevice(connection);
 }
 
 } // namespace Morvalin

@@ -1,16 +1,56 @@
 #include "streams/internal/Measurement.h"
 
-#include "protocol/device.h"
+#include "streams/internal/NdiLog.h"
+#include "streams/internal/OpenDevice.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Morvalin {
 namespace {
 
 constexpr unsigned textOptions = 0x1005; // transforms, single stray markers, passive stray markers
 
+using Position = TrackingInstrumentFiducialsData::Position;
+
 /// FNV-1a of the empty text: these markers have no names.
 constexpr std::uint64_t anonymousMarker = 0xCBF29CE484222325;
+
+/// No system status: two bytes with their signs extended never give this.
+constexpr std::uint32_t unreadStatus = 0x7FFF0000;
+
+bool refuseAnswer() {
+    logNdi(Log::Error, "Error while receiving tracking data. The answer is no measurement.");
+    return false;
+}
+
+std::vector<Position> roomFor(int count) {
+    std::vector<Position> positions;
+    positions.reserve(static_cast<std::size_t>(std::max(0, count)));
+    return positions;
+}
+
+std::vector<Position> binaryStrays(const DeviceRecord* device) {
+    const int count = deviceBxPassiveStrayCount(device);
+    std::vector<Position> positions = roomFor(count);
+    float position[3]{};
+    for (int i = 0; i < count; ++i) {
+        deviceBxPassiveStray(device, i, position);
+        positions.push_back({position[0], position[1], position[2]});
+    }
+    return positions;
+}
+
+std::vector<Position> textStrays(const DeviceRecord* device) {
+    const int count = deviceTxPassiveStrayCount(device);
+    std::vector<Position> positions = roomFor(count);
+    Position position{};
+    for (int i = 0; i < count; ++i) {
+        deviceTxPassiveStray(device, i, position.data());
+        positions.push_back(position);
+    }
+    return positions;
+}
 
 /// Writes one frame's data into instrument after instrument.
 struct PoseUpdate {
@@ -18,7 +58,6 @@ struct PoseUpdate {
     bool isBinary;
     std::int64_t timestamp;
     float transform[8]{}; // q0, qx, qy, qz, tx, ty, tz, error
-    double matrix[16]{};
 
     enum State { Valid = 0, Disabled = 1, Missing = 2 };
 
@@ -32,8 +71,7 @@ struct PoseUpdate {
             return;
         const int state = look(info.portHandle);
         if (state == Valid) {
-            transformToMatrix(transform, matrix);
-            std::copy(std::begin(matrix), std::end(matrix), instrument.matrix.data());
+            transformToMatrix(transform, instrument.matrix.data());
             instrument.quality = 1.0 - static_cast<double>(transform[7]) / 10.0;
         } else {
             instrument.matrix = Matrix4::Identity();
@@ -49,16 +87,39 @@ struct PoseUpdate {
 Measurement::Measurement(NDIConnectionData& connectionData, Instruments& registry) :
     connection(connectionData), instruments(registry), isBinary(connectionData.binaryQueryMode) {}
 
-void Measurement::query(unsigned binaryOptions) {
-    if (isBinary)
-        deviceCommand(connection.device, "BX:%04X", binaryOptions);
-    else
-        deviceCommand(connection.device, "TX:%04X", textOptions);
+bool Measurement::query(unsigned binaryOptions) {
+    return isBinary ? queryBinary(binaryOptions) : queryText();
+}
+
+/// What a binary answer leaves out keeps its value from an earlier one, so it must be one that was
+/// read up to its last field, the system status.
+bool Measurement::queryBinary(unsigned options) {
+    OpenDevice& device = *connection.device;
+    std::uint32_t& lastField = device.record()->BxSystemStatus;
+    const std::uint32_t before = std::exchange(lastField, unreadStatus);
+    const bool isGood = device.command("BX:%04X", options);
+    if (lastField != unreadStatus)
+        return isGood;
+    lastField = before;
+    return isGood && refuseAnswer();
+}
+
+/// A text answer begins with a count. Others, such as that of a device that has restarted, would
+/// pass for a measurement without any tool.
+bool Measurement::queryText() {
+    OpenDevice& device = *connection.device;
+    if (!device.command("TX:%04X", textOptions))
+        return false;
+    return device.leadingNumber() || refuseAnswer();
+}
+
+const DeviceRecord* Measurement::record() const {
+    return connection.device->record();
 }
 
 std::uint32_t Measurement::frameNumber(std::int32_t portHandle) const {
-    return isBinary ? deviceBxFrameNumber(connection.device, portHandle)
-                    : deviceTxFrameNumber(connection.device, portHandle);
+    return isBinary ? deviceBxFrameNumber(record(), portHandle)
+                    : deviceTxFrameNumber(record(), portHandle);
 }
 
 bool Measurement::isNewFrame() {
@@ -81,28 +142,13 @@ bool Measurement::isNewFrame() {
 
 std::unique_ptr<TrackingInstrumentFiducialsData> Measurement::strayMarkers() const {
     auto fiducials = std::make_unique<TrackingInstrumentFiducialsData>();
-    const DeviceRecord* const device = connection.device;
-    const int reported =
-        isBinary ? deviceBxPassiveStrayCount(device) : deviceTxPassiveStrayCount(device);
-    const auto count = static_cast<std::size_t>(std::max(0, reported));
-    fiducials->positions.resize(count);
-    fiducials->identifiers.assign(count, anonymousMarker);
-    float binary[3]{};
-    TrackingInstrumentFiducialsData::Position text{};
-    for (std::size_t i = 0; i < count; ++i) {
-        if (isBinary) {
-            deviceBxPassiveStray(device, static_cast<int>(i), binary);
-            fiducials->positions[i] = {binary[0], binary[1], binary[2]};
-        } else {
-            deviceTxPassiveStray(device, static_cast<int>(i), text.data());
-            fiducials->positions[i] = text;
-        }
-    }
+    fiducials->positions = isBinary ? binaryStrays(record()) : textStrays(record());
+    fiducials->identifiers.assign(fiducials->positions.size(), anonymousMarker);
     return fiducials;
 }
 
 void Measurement::updateInstruments(std::int64_t timestamp) {
-    PoseUpdate update{connection.device, isBinary, timestamp};
+    PoseUpdate update{record(), isBinary, timestamp};
     instruments.modifyAll(
         [&update](const std::string&, TrackingInstrument& instrument,
                   NDITrackingInstrumentInfo& info) { update.apply(instrument, info); });

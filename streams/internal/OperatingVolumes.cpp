@@ -1,7 +1,7 @@
-#include "streams/internal/OperatingVolumes.h"
+#include "streams/internal/DeviceConnection.h"
 
-#include "protocol/device.h"
-#include "streams/internal/LogText.h"
+#include "streams/internal/NdiLog.h"
+#include "streams/internal/OpenDevice.h"
 
 #include <algorithm>
 #include <charconv>
@@ -70,7 +70,9 @@ bool parseRecords(std::string_view reply, std::vector<NDIOperatingVolume>& volum
 } // namespace
 
 void queryDeviceVolumes(NDIConnectionData& connection) {
-    const std::string_view reply = deviceCommand(connection.device, "SFLIST:%02X", 3U);
+    OpenDevice& device = *connection.device;
+    device.command("SFLIST:%02X", 3U);
+    const std::string_view reply = device.reply();
     // ':' follows '9' and passes for ten.
     if (reply.empty() || reply.front() < '0' || reply.front() > ':') {
         logNdi(Log::Error, "PolarisAuroraTrackingStream: query of operating volumes failed");
@@ -84,8 +86,7 @@ void queryDeviceVolumes(NDIConnectionData& connection) {
         volumes.clear();
         return;
     }
-    deviceCommand(connection.device, "VSEL:%lld",
-                  static_cast<long long>(connection.maxRange.load()) + 1);
+    device.command("VSEL:%lld", static_cast<long long>(connection.maxRange.load()) + 1);
 }
 
 } // namespace Morvalin

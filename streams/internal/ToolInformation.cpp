@@ -1,11 +1,21 @@
 #include "streams/internal/ToolInformation.h"
 
-#include "protocol/device.h"
+#include "streams/internal/OpenDevice.h"
 
+#include <algorithm>
 #include <array>
+#include <string_view>
 
 namespace Morvalin {
 namespace {
+
+constexpr unsigned portLocationQuery = 0x0020;
+constexpr unsigned toolQuery = 0x0025; // tool information, part number, port location
+
+// Where the three end in the answer.
+constexpr std::size_t informationEnd = 33;
+constexpr std::size_t partNumberEnd = 53;
+constexpr std::size_t locationEnd = 67;
 
 constexpr std::string_view unreadableInformation = "00000000            00000000000";
 
@@ -37,11 +47,16 @@ const char* typeName(std::string_view information, std::string_view partNumber) 
     return "Unknown";
 }
 
-/// A fixed-width text of the device, which is terminated only when it is shorter.
-template <std::size_t Width>
-std::string_view text(const std::array<char, Width>& field) {
-    const std::string_view whole(field.data(), field.size());
-    return whole.substr(0, whole.find('\0'));
+/// How much of the answer is in the record's texts. What it lacks keeps the text of another tool
+/// there. They take it up to the first character that is none.
+std::size_t lengthInRecord(std::string_view answer) {
+    if (answer.starts_with('U'))
+        return locationEnd; // unoccupied: the texts are made up
+    const auto isText = [](unsigned char character) {
+        return character >= 0x20 && character < 0x80;
+    };
+    return static_cast<std::size_t>(std::find_if_not(answer.begin(), answer.end(), isText) -
+                                    answer.begin());
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -57,26 +72,35 @@ bool isDigit(char character) {
 
 } // namespace
 
-ToolInformation readToolInformation(const DeviceRecord* device) {
-    std::array<char, 31> information{};
-    std::array<char, 20> partNumber{};
-    std::array<char, 14> location{};
-    devicePhinfBasic(device, information.data());
-    devicePhinfPartNumber(device, partNumber.data());
-    devicePhinfPortLocation(device, location.data());
+ToolInformation readToolInformation(OpenDevice& device, std::int32_t portHandle) {
+    if (!device.command("PHINF:%02X%04X", static_cast<unsigned>(portHandle), toolQuery))
+        return {};
+    const std::size_t length = lengthInRecord(device.reply());
+    const auto text = [length](const auto& field, std::size_t end) {
+        return std::string_view(field.data(), length >= end ? field.size() : 0);
+    };
+    std::array<char, 31> basic{};
+    std::array<char, 20> number{};
+    std::array<char, 14> port{};
+    devicePhinfBasic(device.record(), basic.data());
+    devicePhinfPartNumber(device.record(), number.data());
+    devicePhinfPortLocation(device.record(), port.data());
 
-    const bool isReadable = text(information) != unreadableInformation;
+    const std::string_view information = text(basic, informationEnd);
+    const bool isReadable = information != unreadableInformation;
     ToolInformation result;
-    result.name = isReadable ? trimmed(text(information)) : text(location);
-    result.partNumber = trimmed(text(partNumber));
-    result.type = typeName(text(information), result.partNumber);
+    result.name = isReadable ? trimmed(information) : text(port, locationEnd);
+    result.partNumber = trimmed(text(number, partNumberEnd));
+    result.type = typeName(information, result.partNumber);
     return result;
 }
 
-int physicalPort(std::string_view portLocation) {
-    if (portLocation.size() < 12 || !isDigit(portLocation[10]) || !isDigit(portLocation[11]))
+std::int32_t readPhysicalPort(OpenDevice& device, std::int32_t portHandle) {
+    device.command("PHINF:%02X%04X", static_cast<unsigned>(portHandle), portLocationQuery);
+    const std::string_view location = device.reply();
+    if (location.size() < 12 || !isDigit(location[10]) || !isDigit(location[11]))
         return 0;
-    return 10 * (portLocation[10] - '0') + (portLocation[11] - '0');
+    return 10 * (location[10] - '0') + (location[11] - '0');
 }
 
 } // namespace Morvalin

@@ -1,24 +1,24 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
-#include <string_view>
-
-struct DeviceRecord;
 
 namespace Morvalin {
 
+class OpenDevice;
+
 /// What a plugged tool says of itself.
 struct ToolInformation {
-    std::string name;       ///< its type, manufacturer, revision and serial number; of a tool
-                            ///< without readable data, where it is plugged in
-    std::string partNumber; ///< without blanks at the ends
-    std::string type;       ///< such as "Probe"; "Unknown" when it cannot be told
+    std::string name;             ///< its type, manufacturer, revision and serial number; of a tool
+                                  ///< without readable data, where it is plugged in
+    std::string partNumber;       ///< without blanks at the ends
+    std::string type = "Unknown"; ///< such as "Probe"; "Unknown" when it cannot be told
 };
 
-/// Reads the answer to the last PHINF query for tool information, part number and port location.
-ToolInformation readToolInformation(const DeviceRecord* device);
+/// Ask the device about the tool of a port handle. What it does not answer, or not whole, is empty.
+ToolInformation readToolInformation(OpenDevice& device, std::int32_t portHandle);
 
-/// The physical port in the text of a port location, 0 when there is none.
-int physicalPort(std::string_view portLocation);
+/// 0 when the device does not tell the port.
+std::int32_t readPhysicalPort(OpenDevice& device, std::int32_t portHandle);
 
 } // namespace Morvalin

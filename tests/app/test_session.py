@@ -1,10 +1,8 @@
 import os
 import signal
-import subprocess
+import time
 
-from hosttest import TRACKER, HostTest
-
-SHUTDOWN = ["auto stop", "auto close", "auto destroyed", "factory destroyed", "plugin destroyed"]
+from hosttest import TEST_PLUGIN, VEGA, HostTest, limit_files
 
 
 class Session(HostTest):
@@ -12,83 +10,86 @@ class Session(HostTest):
         for number in (None, signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(signal=number):
                 limit = ["--seconds", "0.05"] if number is None else []
-                process = self.start("stream", TRACKER, *limit, "--set", "silent=true")
+                process = self.start_traced(*self.simulate(), *limit)
                 if number is not None:
-                    self.wait_for_trace("auto start")
-                    self.interrupt(process, number)
-                status, out, err = self.finish(process)
-                self.assertEqual((status, out), (0, ""), err)
-                self.assertEqual(self.trace(), ["auto open", "auto start", *SHUTDOWN])
-                os.remove(self.trace_file)
+                    self.wait_for_command("TSTART")
+                    process.send_signal(number)
+                status, _, err = self.finish(process)
+                self.assertEqual(status, 0, err)
+                self.assertEqual(self.commands()[-1], "TSTOP:")
+                os.remove(self.traffic)
 
-    def test_interrupt_while_opening_waits_for_the_hook_and_closes(self):
-        process = self.start("stream", TRACKER, "--set", "gate=" + self.path("gate"))
-        self.wait_for_trace("auto open")
+    def test_interrupt_while_opening_waits_for_the_device_and_closes(self):
+        process = self.start_traced(*self.simulate("vega", "--fault", "late=1500@INIT"))
+        self.wait_for_command("INIT")
         for _ in range(3):
-            self.interrupt(process)
-        self.assertIn(b"Asked to end", process.stderr.readline())
-        self.interrupt(process)
-        self.assertIsNone(process.poll())
-        self.write("gate", "")
+            process.send_signal(signal.SIGINT)
+        self.assertIn(b"] Host: Asked to end", b"".join(process.stderr.readline() for _ in "123"))
+        process.send_signal(signal.SIGINT)
         status, _, err = self.finish(process)
         self.assertEqual(status, 0, err)
-        self.assertEqual(self.trace(), ["auto open", *SHUTDOWN[1:]])
+        self.assertNotIn("TSTART:", self.commands())
 
-    def test_stream_that_fails(self):
-        cases = [
-            ("canOpen=false", "did not open", ["auto open"]),
-            ("canStart=false", "did not start", ["auto open", "auto start", "auto close"]),
-        ]
-        for setting, words, hooks in cases:
-            with self.subTest(setting=setting):
-                status, out, err = self.stream("--set", setting, "--seconds", "100")
-                self.assertEqual((status, out), (1, ""))
-                self.assert_one_line(err, "morvalin-host: Scripted", words)
-                self.assertEqual(self.trace(), [*hooks, *SHUTDOWN[2:]])
-                os.remove(self.trace_file)
-        status, _, err = self.run_host("stream", "Scripted.Unbuildable")
-        self.assertEqual(status, 1)
-        self.assertIn("out of trackers", err.splitlines()[0])
-        self.assertIn("could not be created", err.splitlines()[-1])
+    def test_stream_that_does_not_start(self):
+        status, out, err = self.run_host("stream", "Tests.first.Stubborn", plugin=TEST_PLUGIN)
+        self.assertEqual((status, out), (1, ""))
+        self.assert_one_line(err, "morvalin-host: Stubborn: the stream did not start")
 
-    def test_reader_that_goes_away(self):
+    def test_readable_frames_are_flushed(self):
+        process = self.start_traced(*self.simulate(), "--tool", self.tool("610059"))
+        for index in range(3):
+            header = process.stdout.readline().decode()
+            self.assertRegex(header, rf"^NDI Polaris Tracking Stream  frame {index}  .*strays 0$")
+            self.assertRegex(process.stdout.readline().decode(), r"^  \* 610059 .* quality +0\.9")
+        self.assertIsNone(process.poll())
+
+    def test_reader_that_goes_away_or_was_never_there(self):
         """As with `| head`; afterwards the device is stopped and closed."""
-        process = self.start("stream", TRACKER)
+        process = self.start_traced(*self.simulate())
         process.stdout.readline()
         process.stdout.close()
         self.assertEqual(process.wait(timeout=60), 0)
-        self.assertEqual(process.stderr.read(), b"")
-        self.assertEqual(self.trace()[-5:], SHUTDOWN)
-
-    def test_output_closed_from_the_beginning(self):
-        """No file opened later may take the place of standard output or standard error."""
-        process = self.start("stream", TRACKER, preexec_fn=lambda: (os.close(1), os.close(2)))
-        status, _, _ = self.finish(process)
-        self.assertEqual(status, 0)
-        self.assertEqual(self.trace()[-5:], SHUTDOWN)
+        self.assertEqual(self.commands()[-1], "TSTOP:")
+        # No file opened later may take the place of standard output or standard error.
+        closed = {"preexec_fn": lambda: (os.close(1), os.close(2))}
+        self.assertEqual(self.finish(self.start_traced(*self.simulate(), **closed))[0], 0)
+        self.assertEqual(self.commands()[-1], "TSTOP:")
 
     def test_reader_that_stalls_does_not_hold_the_device(self):
         """The pipe fills up, then the user interrupts: the stream is closed all the same."""
-        process = self.start("stream", TRACKER, "--json", "--set", "padding=200000")
-        self.wait_for_trace("auto start")
-        process.stdout.read(1)
-        self.interrupt(process)
+        process = self.start_traced(*self.simulate("vega", "--strays", "100"), "--json")
+        self.wait_for_command("BX", 5)
+        count = 0
+        while count < len(self.commands()):  # until nothing more is asked of the device
+            count = len(self.commands())
+            time.sleep(0.5)
+        process.send_signal(signal.SIGINT)
         self.assertEqual(process.wait(timeout=60), 0)
-        self.assertEqual(self.trace()[-5:], SHUTDOWN)
+        self.assertEqual(self.commands()[-1], "TSTOP:")
 
     def test_full_disk(self):
-        with open("/dev/full", "wb") as full:
-            process = self.start("stream", TRACKER, "--frames", "3", stdout=full)
+        limited = {"preexec_fn": limit_files}
+        with open(self.path("frames"), "wb") as full:
+            process = self.start("stream", VEGA, *self.simulate(), stdout=full, **limited)
             status, _, err = self.finish(process)
             self.assertEqual(status, 1)
-            self.assert_one_line(err, "frames could not be written", "No space left")
-            self.assertEqual(self.trace()[-5:], SHUTDOWN)
-
-            status, _, err = self.run_host("list", stdout=full)
+            self.assert_one_line(err.splitlines()[-1], "frames could not be written", "too large")
+        with open(self.path("list"), "wb") as full:
+            status, _, err = self.run_host("list", stdout=full, **limited)
             self.assertEqual(status, 1)
-            self.assert_one_line(err, "No space left")
+            self.assert_one_line(err, "too large")
+        saved = self.write("w.xml", "old")
+        end = ["--frames", "1", "--save", saved]
+        status, _, err = self.finish(self.start_traced(*self.simulate(), *end, **limited))
+        self.assertEqual(status, 1)
+        self.assertIn(f"trace {self.traffic}: not complete", err)
+        self.assertIn(f"could not be saved: {saved}: ", err)
+        self.assertEqual(self.read("w.xml"), "old")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["frames", "list", "traffic", "w.xml"])
 
-    def test_log_level(self):
+    def test_unknown_settings_are_passed_on_with_a_warning_that_is_logged_as_wanted(self):
         for level, expected in (("3", True), ("4", False)):
-            _, _, err = self.stream("--frames", "1", "--set", "odd=1", "--log-level", level)
-            self.assertEqual("[3] Host: " in err, expected, err)
+            odd = ["--set", "maxRnge=1", "--log-level", level, "--frames", "1"]
+            status, _, err = self.finish(self.start_traced(*self.simulate(), *odd))
+            self.assertEqual(status, 0, err)
+            self.assertEqual("[3] Host: " in err and '"maxRange"' in err, expected, err)

@@ -1,8 +1,7 @@
 import os
-import signal
 import unittest.mock
 
-from hosttest import TRACKER, HostTest, workspace
+from hosttest import HostTest
 
 
 class Window(HostTest):
@@ -18,18 +17,12 @@ class Window(HostTest):
         self.addCleanup(patch.stop)
 
     def test_refusals(self):
-        w = self.write("w.xml", workspace((TRACKER, {})))
+        w = self.workspace("w.xml", self.block())
         cases = [
             (2, ["--frames", "3"], ['"--frames"']),
-            (2, ["--jsno"], ['"--jsno"']),
-            (2, [w, "extra"], ["extra"]),
-            (2, ["--set", "padding=3"], ["--set", "workspace"]),
             (2, ["--tool", w], ["--tool", "workspace"]),
-            (2, [w, "--set", "measurementRate=fast"], ["measurementRate=fast", "whole number"]),
-            (2, ["--log-level", "9"], ["--log-level"]),
-            (3, [w, "--tool", "none.rom"], ["none.rom"]),
+            (2, [w, "--set", "hardwarePort=fast"], ["hardwarePort=fast", "whole number"]),
             (3, ["none.xml"], ["none.xml", "no such file"]),
-            (3, ["--save", "no/such/w.xml"], ["w.xml", "folder does not exist"]),
         ]
         for expected, arguments, words in cases:
             with self.subTest(arguments=arguments):
@@ -43,14 +36,12 @@ class Window(HostTest):
         self.assertEqual((status, out), (3, ""), err)
         self.assert_one_line(err, "morvalin-host: the window cannot be shown: ", ":9999")
 
-    def test_signals_close_the_streams_and_the_window(self):
-        w = self.write("w.xml", workspace((TRACKER, {"open": 1, "start": 1})))
-        for number in (signal.SIGINT, signal.SIGTERM):
-            with self.subTest(signal=number):
-                process = self.start("gui", w, "--set", "hardwareDevice=seen", "--save", "out.xml")
-                self.wait_for_trace("seen start")
-                self.interrupt(process, number)
-                self.assertEqual(self.finish(process)[0], 0)
-                self.assertEqual(self.trace()[-5:-3], ["seen stop", "seen close"])
-                self.assertIn('"seen"', self.read("out.xml"))
-                os.remove(self.trace_file)
+    def test_a_signal_closes_the_streams_and_the_window(self):
+        seen = self.path("seen")
+        w = self.workspace("w.xml", self.block("--trace", seen, open=1, start=1, maxRange=0))
+        process = self.start("gui", w, "--set", "maxRange=2", "--save", "out.xml")
+        self.wait_until(lambda: os.path.exists(seen) and "BX" in self.read("seen"), "no frame")
+        process.terminate()
+        self.assertEqual(self.finish(process)[0], 0)
+        self.assertIn("TSTOP", self.read("seen"))
+        self.assertIn('name="maxRange" value="2"', self.read("out.xml"))

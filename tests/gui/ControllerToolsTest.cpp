@@ -3,7 +3,6 @@
 #include "tests/gui/GuiRig.h"
 #include "tests/streams/Rig.h"
 
-#include <QLayout>
 #include <QLineEdit>
 #include <QSpinBox>
 
@@ -52,7 +51,7 @@ struct FamilyPanel {
     std::unique_ptr<NDITrackingController> panel;
 };
 
-TEST(PanelOfADevice, StacksItsWidgetsAndListsTheConfiguredTools) {
+TEST(PanelOfADevice, ListsTheConfiguredTools) {
     FamilyPanel<Vega> family;
     Properties saved;
     Properties& targets = saved.addSubProperties("TrackingTargets");
@@ -62,12 +61,6 @@ TEST(PanelOfADevice, StacksItsWidgetsAndListsTheConfiguredTools) {
     family.open();
     EXPECT_THAT(family.labels(), ElementsAre("Instrument Geometry: <b>b</b>.rom"));
 
-    QLayout* const layout = family.panel->layout();
-    Lines widgets;
-    for (int i = 0; i < layout->count(); ++i)
-        widgets.push_back(layout->itemAt(i)->widget()->metaObject()->className());
-    EXPECT_THAT(widgets, ElementsAre("QGroupBox", "Morvalin::PropertiesWidget", "QPushButton",
-                                     "QWidget", "Morvalin::TrackingInstrumentTable"));
     EXPECT_TRUE(family.panel->propertiesWidget()->splitsCamelCase());
 
     // Slots are also found by their index.
@@ -113,8 +106,6 @@ TEST(AuroraPanel, RegistersAFileThatExistsForItsPort) {
         {file, 7, table->Accepted, true},
         {file, 16, table->Rejected, true}, // how the dialog was left does not matter
         {folder.path / "missing.rom", 2, table->Accepted, false},
-        {folder.path, 2, table->Accepted, false},
-        {"", 2, table->Rejected, false},
         {file, 2, table->PanelGone, false},
     };
     FamilyPanel<Aurora> family;

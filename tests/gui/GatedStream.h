@@ -6,15 +6,35 @@
 #include <morvalincore/Properties.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 
 namespace Morvalin {
 
-/// A stream of none of the families, whose hooks and answers last until the test lets them end.
+/// Holds up who passes while it is closed.
+class Gate {
+public:
+    void setClosed(bool isClosedNow) {
+        const std::lock_guard lock(mutex);
+        isClosed = isClosedNow;
+        changed.notify_all();
+    }
+    void pass() {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return !isClosed; });
+    }
+
+private:
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool isClosed = false;
+};
+
+/// A stream of none of the families, whose answers last until the test lets them end.
 class GatedStream : public NDITrackingStream {
 public:
     GatedStream() : NDITrackingStream("gated") { setInstruments(registry); }
-    ~GatedStream() override { close(); }
+    ~GatedStream() override { closeForGood(); }
 
     std::string uuid() const override { return "GatedStream"; }
     bool isInitialized() const override { return !isStateOneOf({Closed, Opening, Closing}); }
@@ -29,24 +49,14 @@ public:
     }
     void configuration(Properties* properties) override {
         ++timesAsked;
-        answerGate.wait(true);
-        const std::lock_guard lock(connectionLock);
+        answerGate.pass();
         properties->setParam("address", address);
         properties->setParam("port", port);
     }
     using NDITrackingStream::emitSignals;
 
-    /// Closes or opens a gate.
-    static void set(std::atomic<bool>& gate, bool isClosed) {
-        gate = isClosed;
-        gate.notify_all();
-    }
-
-    std::atomic<bool> hookGate = false; ///< true: closed
-    std::atomic<bool> answerGate = false;
+    Gate answerGate;
     std::atomic<int> timesAsked = 0;
-    std::atomic<int> timesOpened = 0;
-    std::mutex connectionLock;
     std::vector<Properties> received;
     std::string address = "1.2.3.4";
     std::int32_t port = 8765;
@@ -54,23 +64,10 @@ public:
         std::make_shared<ThreadSafeInstruments<NDITrackingInstrumentInfo>>();
 
 private:
-    bool pass() {
-        hookGate.wait(true);
-        return true;
-    }
-    bool openImpl() override {
-        ++timesOpened;
-        // As the device streams do: all of it, signals included, under the connection lock.
-        const std::lock_guard lock(connectionLock);
-        emitSignals(registry->create(TrackerID("a", "", ""), true));
-        return pass();
-    }
-    bool closeImpl() override {
-        emitSignals(registry->clear());
-        return pass();
-    }
-    bool startImpl() override { return pass(); }
-    bool stopImpl() override { return pass(); }
+    bool openImpl() override { return true; }
+    bool closeImpl() override { return true; }
+    bool startImpl() override { return true; }
+    bool stopImpl() override { return true; }
     std::optional<WorkContinuation> doWork() override {
         const auto now = std::chrono::system_clock::now();
         emitSignals(7);

@@ -60,7 +60,6 @@ protected:
         table.resize(table.sizeHint());
         table.show();
         EXPECT_TRUE(stream.open() && stream.start());
-        stream.registry->remove("a");
         for (const char* id : {"b", "d"})
             stream.registry->create(TrackerID(id, std::string("name of ") + id, "m"), true);
         move("b", 0.967, 10.06);

@@ -61,7 +61,7 @@ public:
             events.add(std::to_string(change.from) + ">" + std::to_string(change.to));
         });
     }
-    ~ScriptedStream() override { close(); }
+    ~ScriptedStream() override { closeForGood(); }
 
     std::string uuid() const override { return "ScriptedStream"; }
     bool supportsPausing() const override { return canPause; }
@@ -71,9 +71,9 @@ public:
     static Work again() { return WorkContinuation{now(), 1}; }
 
     /// Waits until doWork() has begun so many times.
-    void awaitWork(int times) const {
-        for (int count = workCount; count < times; count = workCount)
-            workCount.wait(count);
+    void awaitWork(int times) {
+        std::unique_lock lock(workMutex);
+        worked.wait(lock, [&] { return workCount >= times; });
     }
 
     Events events;
@@ -92,8 +92,11 @@ protected:
     bool resumeImpl() override { return call("resumeImpl"); }
     Work doWork() override {
         const Inside inside(*this);
-        ++workCount;
-        workCount.notify_all();
+        {
+            const std::lock_guard lock(workMutex);
+            ++workCount;
+            worked.notify_all();
+        }
         return work ? work() : later();
     }
 
@@ -119,4 +122,6 @@ private:
 
     const bool canPause;
     std::atomic<bool> isInHook{false};
+    std::mutex workMutex;
+    std::condition_variable worked;
 };

@@ -127,4 +127,13 @@ TEST(StreamStates, ReceiverThatThrowsDisturbsNeitherTheStreamNorOtherReceivers) 
     EXPECT_EQ(received, 2);
     EXPECT_THAT(log.take(), ElementsAre("[4] Signal: A receiver has failed: x",
                                         "[4] Signal: A receiver has failed: x"));
+    // What was to be done with data is the emitter's business, too.
+    for (const char* const fault : {"first", "second"}) {
+        stream.output.connect([fault](const auto&) { throw std::runtime_error(fault); });
+        stream.output.connect([&](const auto&) { ++received; });
+    }
+    EXPECT_THAT([&] { stream.output(nullptr); },
+                testing::ThrowsMessage<std::runtime_error>("first"));
+    EXPECT_EQ(received, 4);
+    EXPECT_THAT(log.take(), ElementsAre("[4] Signal: A receiver has failed: second"));
 }

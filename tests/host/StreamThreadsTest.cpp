@@ -1,4 +1,3 @@
-#include <latch>
 #include <random>
 #include <thread>
 
@@ -11,19 +10,12 @@ using namespace Morvalin;
 namespace {
 
 /// Holds a hook until the test lets it go, and tells when it has got there.
-class Gate {
-public:
+struct Gate : Events {
     bool pass() {
-        entered.count_down();
-        released.wait();
+        add("entered");
+        await("released");
         return true;
     }
-    void awaitEntered() { entered.wait(); }
-    void release() { released.count_down(); }
-
-private:
-    std::latch entered{1};
-    std::latch released{1};
 };
 
 } // namespace
@@ -43,98 +35,90 @@ TEST(StreamThreads, OperationsKeepTheirOrder) {
               "4>8 stopImpl 8>2 2>3 startImpl 3>4 4>8 stopImpl 8>2");
 }
 
-TEST(StreamThreads, DroppedFutureDoesNotWaitAndSecondOpenFindsTheStreamOpen) {
+TEST(StreamThreads, SecondOpenWaitsAndCloseCancelsWhatWaits) {
     ScriptedStream stream;
     Gate gate;
     stream.hooks["openImpl"] = [&] { return gate.pass(); };
-    stream.openAsync();
-    gate.awaitEntered();
+    stream.openAsync(); // nobody waits for a dropped future
+    gate.await("entered");
     auto second = stream.openAsync();
-    gate.release();
-    EXPECT_TRUE(second.get());
+    gate.add("released");
+    EXPECT_TRUE(second.get()); // finds the stream open
     stream.closeAsync();
     stream.events.await("9>0");
-    EXPECT_EQ(stream.events.text(), "0>1 openImpl 1>2 2>9 closeImpl 9>0");
-}
+    gate.clear();
+    stream.events.clear();
 
-TEST(StreamThreads, CloseCancelsWhatWaitsAndWaitsForWhatRuns) {
-    ScriptedStream stream;
-    Gate gate;
     stream.hooks["openImpl"] = [&] {
         EXPECT_TRUE(stream.start());
         return gate.pass();
     };
     auto running = stream.openAsync();
     auto waiting = stream.openAsync();
-    gate.awaitEntered();
+    gate.await("entered");
     auto closed = stream.closeAsync();
     EXPECT_FALSE(waiting.get()); // although the first one is still at it
     std::jthread closer([&] { EXPECT_TRUE(stream.close()); });
-    gate.release();
+    gate.add("released");
     EXPECT_TRUE(running.get());
     EXPECT_TRUE(closed.get());
     closer.join();
     EXPECT_EQ(stream.events.text(), "0>1 openImpl 1>2 2>9 closeImpl 9>0");
 }
 
-TEST(StreamThreads, DestroyedWhileOpening) {
-    for (int i = 0; i < 50; ++i) {
-        Gate gate;
-        std::future<bool> running, waiting;
-        std::jthread opener;
-        {
-            ScriptedStream stream;
-            stream.hooks["openImpl"] = [&] { return gate.pass(); };
-            running = stream.openAsync();
-            waiting = stream.openAsync();
-            gate.awaitEntered();
-            opener = std::jthread([&] {
-                if (i % 2 == 1)
-                    waiting.wait(); // cancelled, so the destructor has begun
-                gate.release();
-            });
-        }
-        EXPECT_TRUE(running.get());
-        opener.join();
-        EXPECT_TRUE(i % 2 == 0 || !waiting.get());
+TEST(StreamThreads, ReconnectingHostIsServedUntilTheStreamIsDestroyed) {
+    std::future<bool> reopened, tooLate;
+    int openCount = 0;
+    bool isDestroyed = false;
+    {
+        ScriptedStream stream;
+        stream.hooks["openImpl"] = [&] { return ++openCount > 0; };
+        stream.stateChanged.connect([&](const Stream::StateChange& change) {
+            if (change.to == Stream::Closed)
+                (isDestroyed ? tooLate : reopened) = stream.openAsync();
+            EXPECT_FALSE(isDestroyed && (stream.open() || stream.start() || stream.close()));
+        });
+        ASSERT_TRUE(stream.open() && stream.close());
+        ASSERT_TRUE(reopened.get());
+        stream.work = [&] {
+            while (stream.state() == Stream::Running)
+                std::this_thread::yield();
+            EXPECT_FALSE(stream.stop());
+            return ScriptedStream::later();
+        };
+        ASSERT_TRUE(stream.start());
+        stream.awaitWork(1);
+        isDestroyed = true;
     }
+    ASSERT_TRUE(tooLate.valid());
+    EXPECT_FALSE(tooLate.get());
+    EXPECT_EQ(openCount, 2);
 }
 
 TEST(StreamThreads, CallsFromTheStreamsOwnThreadsReturnAtOnce) {
-    using Install = std::function<void(ScriptedStream&, std::function<bool()> close)>;
-    const std::pair<const char*, Install> cases[] = {
-        {"hook", [](auto& stream, auto close) { stream.hooks["startImpl"] = close; }},
-        {"slot of a state change",
-         [](auto& stream, auto close) {
-             stream.stateChanged.connect([close](const Stream::StateChange& change) {
-                 if (change.to == Stream::Running)
-                     close();
-             });
-         }},
-        {"doWork",
-         [](auto& stream, auto close) {
-             stream.work = [close] {
-                 close();
-                 return ScriptedStream::later();
-             };
-         }},
-        {"slot of the output",
-         [](auto& stream, auto close) {
-             stream.output.connect([close](const std::shared_ptr<Data>&) { close(); });
-             stream.work = [&stream] {
-                 stream.output(nullptr);
-                 return ScriptedStream::later();
-             };
-         }},
-    };
-    for (const auto& [name, install] : cases) {
-        SCOPED_TRACE(name);
+    for (const std::string chosen : {"hook", "state change", "doWork", "output"}) {
+        SCOPED_TRACE(chosen);
         ScriptedStream stream;
-        install(stream, [&stream] {
+        const auto closeIn = [&](const char* place) {
+            if (chosen != place)
+                return;
             EXPECT_TRUE(stream.close());
             EXPECT_NE(stream.state(), Stream::Closed);
+        };
+        stream.hooks["startImpl"] = [&] {
+            closeIn("hook");
             return true;
+        };
+        stream.stateChanged.connect([&](const Stream::StateChange& change) {
+            if (change.to == Stream::Running)
+                closeIn("state change");
         });
+        stream.output.connect([&](const auto&) { closeIn("output"); });
+        stream.work = [&] {
+            closeIn("doWork");
+            stream.output(nullptr);
+            return ScriptedStream::later();
+        };
         ASSERT_TRUE(stream.open() && stream.start());
         stream.events.await("9>0");
         EXPECT_EQ(stream.events.text(), "0>1 openImpl 1>2 2>3 startImpl 3>4 4>8 stopImpl 8>2 "
@@ -151,7 +135,7 @@ TEST(StreamThreads, ManyThreadsAtRandom) {
         if (last.exchange(change.to) != change.from)
             ++brokenChain;
     });
-    stream.output.connect([&](const std::shared_ptr<Data>&) {
+    stream.output.connect([&](const std::shared_ptr<const Data>&) {
         if (stream.workCount % 16 == 0)
             stream.stop();
     });

@@ -6,7 +6,10 @@
 #include "LogCapture.h"
 #include "ScriptedStream.h"
 
+#include <morvalinstream/StreamPacing.h>
+
 using namespace Morvalin;
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -72,5 +75,36 @@ TEST(StreamWorker, EndsWithOneLogLineAndBeginsAnewAtTheNextStart) {
         stream.work = ScriptedStream::later;
         EXPECT_TRUE(stream.start());
         stream.awaitWork(2);
+    }
+}
+
+TEST(StreamPacing, NextCallIsDueOnTheClockThatDoesNotJump) {
+    using std::chrono::steady_clock;
+    using std::chrono::system_clock;
+    const system_clock::time_point noon{std::chrono::hours(24 * 365 * 55)};
+    const steady_clock::time_point uptime{90min};
+    struct Case {
+        const char* name;
+        system_clock::duration systemElapsed; ///< during doWork(), as each clock saw it
+        steady_clock::duration steadyElapsed;
+        system_clock::time_point wanted;
+        steady_clock::duration expectedWait; ///< after doWork()
+    };
+    const Case cases[] = {
+        {"the rest of the period", 2ms, 2ms, noon + 5ms, 3ms},
+        {"a clock that is being adjusted a little", 3ms, 2ms, noon + 5ms, 2ms},
+        {"work took longer than the period", 8ms, 8ms, noon + 5ms, 0ms},
+        {"a time long ago", 1ms, 1ms, system_clock::time_point::min(), 0ms},
+        {"clock set an hour ahead during the call", 1h + 2ms, 2ms, noon + 5ms, 0ms},
+        {"clock set an hour ahead, time beyond that", 1h + 2ms, 2ms, noon + 2h, 0ms},
+        {"clock set an hour back, time taken before", -1h + 2ms, 2ms, noon + 5ms, 0ms},
+        {"clock set an hour back, time taken after", -1h + 2ms, 2ms, noon - 1h + 5ms, 0ms},
+        {"never", 1ms, 1ms, system_clock::time_point::max(), 24h * 365},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const ClockReading before{noon, uptime};
+        const ClockReading after{noon + c.systemElapsed, uptime + c.steadyElapsed};
+        EXPECT_EQ(nextCallTime(before, after, c.wanted) - after.steady, c.expectedWait);
     }
 }

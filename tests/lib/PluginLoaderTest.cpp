@@ -1,15 +1,18 @@
 #include <morvalinlib/PluginLoader.h>
 
 #include <cstdlib>
+#include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/host/LogCapture.h"
 #include "tests/lib/TemporaryFolder.h"
 
 namespace Morvalin {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -60,7 +63,7 @@ TEST(PluginLoader, LoadsInOrderAndDestroysInReverse) {
         EXPECT_EQ(loader.plugins()[1].id, "Tests.second");
 
         // A factory that is not offered appears in no list.
-        ASSERT_EQ(loader.algorithms().size(), 1u);
+        ASSERT_EQ(loader.algorithms().size(), 3u);
         EXPECT_EQ(loader.algorithms()[0].id, "Tests.first.Nothing");
         EXPECT_EQ(loader.instantiate("Tests.first.Nothing"), nullptr);
         EXPECT_EQ(loader.instantiate("Unknown"), nullptr);
@@ -74,6 +77,32 @@ TEST(PluginLoader, LoadsInOrderAndDestroysInReverse) {
     PluginLoader again;
     std::string error;
     EXPECT_TRUE(again.load(module("first"), error)) << error;
+}
+
+using Made = std::unique_ptr<Algorithm>;
+
+struct Factory : AlgorithmFactory {
+    Factory() : AlgorithmFactory("Lab", true) {
+        registerAlgorithm("IO;Lab;Reader", "Reader", {}, {});
+        registerAlgorithm("IO;Broken", "Broken", {}, [](const Entry&, const DataList&) -> Made {
+            throw std::runtime_error("no memory");
+        });
+        registerAlgorithm("IO;Foreign", "Foreign", {},
+                          [](const Entry&, const DataList&) -> Made { throw 3; });
+        registerAlgorithm("IO;Other", "Reader", {}, {});
+    }
+};
+
+TEST(AlgorithmFactory, RefusedNamesAndFailedCreationsAreLogged) {
+    LogCapture log;
+    Factory factory;
+    EXPECT_EQ(factory.algorithmDescriptor("Lab.Reader").category, "IO;Lab;Reader");
+    for (const char* id : {"Lab.Broken", "Lab.Foreign", "Lab.Reader", "Lab.Unknown"})
+        EXPECT_EQ(factory.instantiateAlgorithm(id, {}), nullptr) << id;
+    EXPECT_THAT(log.take(),
+                ElementsAre("[3] AlgorithmFactory: Algorithm already registered: Lab.Reader",
+                            "[4] AlgorithmFactory: Cannot create algorithm Lab.Broken: no memory",
+                            "[4] AlgorithmFactory: Cannot create algorithm Lab.Foreign: "));
 }
 
 } // namespace

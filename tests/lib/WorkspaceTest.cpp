@@ -1,11 +1,9 @@
 #include <morvalinlib/Workspace.h>
 
-#include <csignal>
 #include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <morvalincore/PropertiesXml.h>
 #include <morvalinlib/WorkspaceConversionRegistry.h>
@@ -23,33 +21,6 @@ Properties sample() {
     Properties root(Workspace::rootName);
     root.addSubProperties(Workspace::algorithmsName).addSubProperties("Lab.Reader");
     return root;
-}
-
-/// Limits the size of every file that the process writes, as a full disk does.
-struct FullDisk {
-    explicit FullDisk(rlim_t bytes) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit limited{bytes, before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &before); }
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
-    rlimit before{};
-};
-
-TEST(Workspace, SavingThatFailsKeepsTheOldFileAndLeavesNothingBehind) {
-    const TemporaryFolder folder;
-    std::string error;
-    const std::string path = folder.write("w.xml", "old");
-    {
-        const FullDisk fullDisk(16);
-        EXPECT_FALSE(Workspace::save(path, sample(), error));
-    }
-    EXPECT_THAT(error, HasSubstr(path + ": "));
-    EXPECT_EQ(folder.read("w.xml"), "old");
-    EXPECT_THAT(folder.names(), ElementsAre("w.xml"));
 }
 
 TEST(Workspace, ConversionsRunInOrderOnEveryLoadedFile) {

@@ -1,4 +1,4 @@
-#include <morvalincore/Log.h>
+#include <morvalincore/GlobalSettings.h>
 #include <morvalinlib/MorvalinLibPlugin.h>
 #include <morvalinlib/PluginLoader.h>
 #include <morvalinlib/StreamIoAlgorithm.h>
@@ -73,30 +73,32 @@ TEST_F(Plugin, OffersTheThreeFamilies) {
     EXPECT_EQ(plugin().controllerFactory()->name(), "NDITracking");
     const struct {
         const char* id;
-        const char* category;
         const char* displayName;
         const char* streamName;
     } table[] = {
-        {vegaId, "IO;NDI Tracking;Polaris Vega/Lyra", "Polaris Vega/Lyra",
-         "NDI Polaris Tracking Stream"},
-        {vicraId, "IO;NDI Tracking;Polaris Vicra/Spectra", "Polaris Vicra/Spectra",
-         "NDI Polaris Tracking Stream"},
-        {auroraId, "IO;NDI Tracking;Aurora", "Aurora", "NDI Aurora Tracking Stream"},
+        {vegaId, "Polaris Vega/Lyra", "NDI Polaris Tracking Stream"},
+        {vicraId, "Polaris Vicra/Spectra", "NDI Polaris Tracking Stream"},
+        {auroraId, "Aurora", "NDI Aurora Tracking Stream"},
     };
     const auto descriptors = factory.compatibleIoDescriptors(DataList());
     ASSERT_EQ(descriptors.size(), std::size(table));
     for (std::size_t i = 0; i < std::size(table); ++i) {
         EXPECT_EQ(descriptors[i].id, table[i].id);
-        EXPECT_EQ(descriptors[i].category, table[i].category);
-        EXPECT_EQ(descriptors[i].displayName, table[i].displayName);
-        Properties settings; // applied to every new algorithm
-        settings.setParam("hardwareDevice", "none");
-        EXPECT_TRUE(factory.setStoredConfiguration(table[i].id, settings));
-        const auto algorithm = factory.instantiateIoAlgorithm(table[i].id, {});
-        ASSERT_TRUE(algorithm);
-        Properties stored;
-        algorithm->configuration(&stored);
-        EXPECT_EQ(stored, settings);
+        std::unique_ptr<IoAlgorithm> algorithm;
+        for (const char* const device : {"global", "stored"}) { // applied to every new algorithm
+            Properties settings;
+            settings.setParam("hardwareDevice", device);
+            if (algorithm == nullptr)
+                GlobalSettings::modify(
+                    [&](Properties& all) { all.addSubProperties(table[i].id).copyFrom(settings); });
+            else
+                EXPECT_TRUE(factory.setStoredConfiguration(table[i].id, settings));
+            algorithm = factory.instantiateIoAlgorithm(table[i].id, {});
+            ASSERT_TRUE(algorithm);
+            Properties stored;
+            algorithm->configuration(&stored);
+            EXPECT_EQ(stored, settings);
+        }
         EXPECT_EQ(algorithm->factoryInfo().id, table[i].id);
         EXPECT_EQ(algorithm->name(), table[i].displayName);
         algorithm->compute();

@@ -1,42 +1,32 @@
 #pragma once
 
+#include "protocol/platform/platform.h"
+#include "simulator/Simulator.h"
 #include "tests/protocol/RecordPtr.h"
-#include "tests/protocol/ScriptedPeer.h"
 #include "tests/protocol/Wire.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
 
-constexpr int kPatienceMs = 20000; // only ends a test that has gone wrong
-
-// A BX reply of one handle with port status and frame number only.
-inline std::string missingTool(std::uint32_t frame) {
-    return wire::binary("\x01\x0A\x02" + wire::le32(0x31) + wire::le32(frame) + wire::le16(0));
-}
-
-// A device that numbers its frames and answers everything else with OKAY.
-inline std::string track(const std::string& command) {
-    static std::atomic<unsigned> frame;
-    if (command.starts_with("TX")) {
-        return wire::text("010AMISSING00000031" + wire::hex(++frame, 8) + "\n0000");
-    }
-    return command.starts_with("BX") ? missingTool(++frame) : wire::text("OKAY");
-}
-
-// A device of the library and the peer that it talks to.
+// A device of the library and the simulated one that it talks to: one with a tool in its first port
+// and a new frame at every look. Each test begins with a fresh connection to it.
 class Connection : public testing::Test {
 protected:
-    explicit Connection(ScriptedPeer::Kind kind = ScriptedPeer::Kind::tcp) : peer(kind, track) {}
+    explicit Connection(ndisim::SimulatorOptions options = {}) :
+        simulator(withTool(std::move(options))) {
+        const protocol::platform::SignalBlock noSignals; // they are for the thread under test
+        simulator.start();
+    }
 
     void SetUp() override { connect(); }
 
     void connect() {
-        const bool isSerial = peer.port() == 0;
-        device.reset(isSerial ? deviceOpenSerial(peer.path())
-                              : deviceOpenNetwork("127.0.0.1", peer.port()));
+        const bool isSerial = simulator.port() == 0;
+        device.reset(isSerial ? deviceOpenSerial(simulator.address().c_str())
+                              : deviceOpenNetwork("127.0.0.1", simulator.port()));
         ASSERT_TRUE(device);
         if (!isSerial) {
-            deviceSetNetworkTimeout(device.get(), kPatienceMs);
+            deviceSetNetworkTimeout(device.get(), 20000); // only ends a test that has gone wrong
         }
     }
 
@@ -45,6 +35,45 @@ protected:
         return deviceGetError(device.get());
     }
 
-    ScriptedPeer peer;
+    void expectGood(const std::vector<std::string>& commands) {
+        for (const std::string& command : commands) {
+            EXPECT_EQ(errorOf(command), 0) << command;
+        }
+    }
+
+    // Exactly these bytes for every command, until clearFaults().
+    void alwaysAnswer(const std::string& bytes) {
+        ndisim::FaultRule rule;
+        rule.fault.kind = ndisim::FaultKind::Raw;
+        rule.fault.bytes = bytes;
+        simulator.clearFaults();
+        simulator.addFault(rule);
+    }
+
+    // Every command as it arrived, with its carriage return.
+    std::vector<std::string> received() const {
+        std::vector<std::string> commands;
+        for (const ndisim::Exchange& exchange : simulator.exchanges()) {
+            commands.push_back(exchange.received + "\r");
+        }
+        return commands;
+    }
+
+    ndisim::Simulator simulator;
     RecordPtr device;
+
+private:
+    static ndisim::SimulatorOptions withTool(ndisim::SimulatorOptions options) {
+        options.device.family = ndisim::Family::Aurora;
+        options.device.tools = {ndisim::parseWiredTool("1")};
+        options.device.rateHz = 1;
+        options.clock = [] {
+            static std::atomic<int> looks;
+            return std::chrono::seconds(++looks);
+        };
+        return options;
+    }
 };
+
+// The commands after which the tool is tracked.
+inline const std::vector<std::string> kStartTracking = {"INIT:", "PINIT:0A", "PENA:0AD", "TSTART:"};

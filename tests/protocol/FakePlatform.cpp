@@ -1,6 +1,7 @@
 #include "tests/protocol/FakePlatform.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 FakePlatform fake;
@@ -16,7 +17,7 @@ namespace {
 Transfer nextRead(char* buffer, int max) {
     fake.largestRead = std::max(fake.largestRead, max);
     if (fake.reads.empty()) {
-        return {};
+        return {0, Transfer::Fault::none, EAGAIN};
     }
     const FakePlatform::Read read = fake.reads.front();
     fake.reads.pop_front();
@@ -106,9 +107,11 @@ bool resolveHost(const char*, std::uint8_t (&)[4]) {
 bool connectSocket(std::int64_t, const std::uint8_t (&)[4], std::uint16_t) {
     return fake.note("connect");
 }
-void setReceiveTimeout(std::int64_t, int) {}
+void setReceiveTimeout(std::int64_t, int ms) {
+    fake.receiveTimeoutMs = ms;
+}
 int getReceiveTimeout(std::int64_t) {
-    return 0;
+    return fake.receiveTimeoutMs;
 }
 
 Transfer readPort(std::intptr_t, char* buffer, int max) {
@@ -118,17 +121,31 @@ Transfer writePort(std::intptr_t, const char* bytes, int n) {
     return nextWrite(bytes, n);
 }
 Transfer receiveFrom(std::int64_t, char* buffer, int max) {
-    return nextRead(buffer, max);
+    return fake.peer != nullptr ? fake.peer->receive(buffer, max, fake.receiveTimeoutMs)
+                                : nextRead(buffer, max);
 }
 Transfer sendTo(std::int64_t, const char* bytes, int n) {
-    return nextWrite(bytes, n);
+    if (fake.peer == nullptr) {
+        return nextWrite(bytes, n);
+    }
+    fake.peer->send(bytes, n);
+    return {n};
 }
-int receiveWithin(std::int64_t, char*, int max, int) {
-    return fake.note("discard") ? 0 : max;
+Transfer receiveWithin(std::int64_t, char* buffer, int max, int ms) {
+    if (fake.peer != nullptr) {
+        return fake.peer->receive(buffer, max, ms);
+    }
+    if (ms > 0) {
+        return nextRead(buffer, max);
+    }
+    return fake.note("discard") ? Transfer{0, Transfer::Fault::none, EAGAIN} : Transfer{max};
 }
 
 void sleepMs(int ms) {
     fake.note("sleep " + std::to_string(ms));
+}
+std::int64_t nowMs() {
+    return fake.nowMs;
 }
 SignalBlock::SignalBlock() : m_before{} {}
 SignalBlock::~SignalBlock() {

@@ -1,4 +1,4 @@
-#include "protocol/decode.h"
+#include "protocol/replies.h"
 #include "tests/protocol/RecordPtr.h"
 
 #include <cstring>
@@ -72,69 +72,50 @@ TEST(DecodeTx, InformationRunsOnIntoTheNextEntry) {
     EXPECT_EQ(deviceTxSingleStray(record.get(), 1, position), 0);
     EXPECT_THAT(position, ElementsAre(1.0, -2.0, 3.0));
     EXPECT_EQ(deviceTxSingleStray(record.get(), 0x77, position), 1);
-    // The last one ends at the array, not in the store behind it.
+    // The last one ends at the array, not in the store behind it; a single one runs on.
     EXPECT_EQ(stored(record->TxInformation[23]), "810203040506");
     EXPECT_EQ(stored(record->TxSingleStray[0]), stray);
+    const RecordPtr single = makeRecord();
+    decode(protocol::decodeTx, single, "TX:0002ABCD\r", "010A810203040506789ABCDE\n0000");
+    EXPECT_EQ(stored(single->TxInformation[1]), "789ABCDE");
 }
 
-TEST(DecodeTx, StrayMarkersUpToFifty) {
-    const struct {
-        const char* count;
-        int sent, kept;
-    } cases[] = {{"00", 0, 0}, {"01", 1, 1}, {"32", 50, 50}, {"3C", 60, 50}, {"FF", 255, 50}};
-    for (const auto& [count, sent, kept] : cases) {
-        std::string reply = std::string("00") + count;
-        reply += std::string(static_cast<std::size_t>(std::min((sent + 3) / 4, 13)), '0');
-        for (int k = 0; k < sent; ++k) {
-            reply += "+000100-000200+0003" + std::to_string(10 + k % 90);
-        }
+TEST(DecodeTx, ControlCharactersEndAField) {
+    for (const char last : {'\x1F', '\x20', '\x7F', '\x80'}) {
         const RecordPtr record = makeRecord();
-        decode(protocol::decodeTx, record, "TX:1000ABCD\r", reply + "0080");
-        EXPECT_EQ(deviceTxPassiveStrayCount(record.get()), kept) << count;
-        double position[3];
-        EXPECT_EQ(deviceTxPassiveStray(record.get(), 0, position), sent == 0 ? 1 : 0);
-        if (kept > 0) {
-            EXPECT_EQ(deviceTxPassiveStray(record.get(), kept - 1, position), 0);
-            EXPECT_DOUBLE_EQ(position[2], (309 + kept) * 0.01);
-            EXPECT_EQ(deviceTxPassiveStray(record.get(), kept, position), 2);
-            EXPECT_EQ(deviceTxPassiveStray(record.get(), -1, position), 2);
-        }
-        // More than 50 are read as 50: the status is then what stands in its place.
-        EXPECT_EQ(deviceTxSystemStatus(record.get()), sent > 50 ? 0 : 0x80) << count;
+        const bool isText = last == '\x20' || last == '\x7F';
+        decode(protocol::decodeTx, record, "TX:0001ABCD\r",
+               "010A" + kPoseText.substr(0, 12) + last + kPoseText.substr(13) + kState + "\n0000");
+        EXPECT_EQ(stored(record->TxTransforms[0]).size(), isText ? 51U : 12U) << int{last};
     }
 }
 
-TEST(DecodeText, CutAndEndlessRepliesStayInside) {
-    const std::string tx = "030A" + kPoseText + kState +
-                           "8102030405060708090A+000100-000200+000300\n0BMISSING" + kState +
-                           "\n0CDISABLED\n02F+000100-000200+000300+000100-000200+0003000080";
-    const std::string gx = kPoseText + "\nMISSING\n\x81\n" + kState + "\n" + kPoseText + kPoseText;
-    const std::tuple<Decoder, const char*, std::string> cases[] = {
-        {protocol::decodeTx, "TX:1007ABCD\r", tx},
-        {protocol::decodeGx, "GX:B00FABCD\r", gx},
-        {protocol::decodePhinf, "PHINF:0A007FABCD\r", std::string(90, '7')},
-        {protocol::decodePhsr, "PHSR:00ABCD\r", "030A0010B0020C003"},
-        {protocol::decodePhrq, "PHRQ:*\r", "0A"},
-        {protocol::decodePstat, "PSTAT:A01FABCD\r", std::string(70, 'A') + "\nUNOCCUPIED\n"},
-        {protocol::decodeSstat, "SSTAT:0007ABCD\r", "010203"},
-        {protocol::decodeIrchk, "IRCHK:0003ABCD\r", "1+02+10-20+30-40+01+50+60"},
-    };
-    for (const auto& [decoder, command, reply] : cases) {
-        for (std::size_t length = 0; length <= reply.size(); ++length) {
-            decode(decoder, makeRecord(), command, reply.substr(0, length));
+TEST(DecodeTx, StrayMarkersUpToFifty) {
+    // More than 50 are read as 50: the status is then what stands in its place.
+    for (const auto& [count, sent, status] :
+         {std::tuple("00", 0, 0x80), {"32", 50, 0x80}, {"3C", 60, 0}}) {
+        std::string reply = std::string("00") + count + std::string(sent == 0 ? 0 : 13, '0');
+        for (int k = 0; k < sent; ++k) {
+            reply += "+000100-000200+0003" + std::to_string(10 + k);
         }
-        for (const char filler : {'F', 'M', 'U', '+', '\n', '\x80', '\0'}) {
-            const RecordPtr record = makeRecord();
-            decode(decoder, record, command, "FF" + std::string(2040, filler));
-            EXPECT_LE(record->TxHandleCount, 24);
+        const RecordPtr record = makeRecord();
+        decode(protocol::decodeTx, record, "TX:1000ABCD\r", reply + "0080");
+        const int kept = std::min(sent, 50);
+        EXPECT_EQ(deviceTxPassiveStrayCount(record.get()), kept);
+        EXPECT_EQ(deviceTxSystemStatus(record.get()), status) << count;
+        double position[3];
+        for (const int index : {-1, 0, kept - 1, kept}) {
+            const int expected = kept == 0 ? 1 : index < 0 || index == kept ? 2 : 0;
+            EXPECT_EQ(deviceTxPassiveStray(record.get(), index, position), expected) << index;
         }
+        EXPECT_TRUE(kept == 0 || position[2] == (309 + kept) * 0.01);
     }
 }
 
 TEST(DecodeGx, WiredAndPassivePorts) {
     const RecordPtr record = makeRecord();
-    decode(protocol::decodeGx, record, "GX:0009ABCD\r",
-           kPoseText + "\nMISSING\nDISABLED\n00000031\n00000001\n00000002\n00000003");
+    decode(protocol::decodeGx, record, "GX:000DABCD\r",
+           kPoseText + "\nMISSING\nDISABLED\n00000031\nS1\nS2\nS3\n00000001\n00000002\n00000003");
     std::vector<double> values(8);
     const auto stateOf = [&](char port) {
         return deviceGxTransform(record.get(), port, values.data());
@@ -146,6 +127,7 @@ TEST(DecodeGx, WiredAndPassivePorts) {
         EXPECT_EQ(stateOf(port), 1) << port;
     }
     EXPECT_EQ(stored(record->GxStatus), "00000031");
+    EXPECT_EQ(stored(record->GxSingleStray[1]), "S2");
     EXPECT_EQ(stored(record->GxFrame[2]), "00000003");
     // The passive option alone brings the transforms; without all ports there is one group.
     const std::string group = "MISSING\n" + kPoseText + "\nDISABLED\n0000003";
@@ -158,6 +140,16 @@ TEST(DecodeGx, WiredAndPassivePorts) {
     EXPECT_EQ(stored(record->GxPassiveStatus), "0000003100000032");
     EXPECT_EQ(stored(record->GxPassiveFrame[5]), "F6");
     EXPECT_EQ(stored(record->GxPassiveFrame[6]), "");
+    std::string groups = "\n\n\n\n";
+    for (const char digit : std::string("123456789")) {
+        groups += kPoseText.substr(0, 30) + digit + kPoseText.substr(31) + "\n";
+        groups += (digit - '0') % 3 == 0 ? "00000031\n" : "";
+    }
+    decode(protocol::decodeGx, record, "GX:A001ABCD\r", groups);
+    for (const char port : std::string("ABCDEFGHI")) {
+        EXPECT_EQ(stateOf(port), 0) << port;
+        EXPECT_DOUBLE_EQ(values[4], -123.4 - 0.01 * (port - 'A' + 1)) << port;
+    }
 }
 
 TEST(DecodePhinf, PartsFollowTheOption) {
@@ -186,6 +178,7 @@ TEST(DecodePhinf, PartsFollowTheOption) {
     EXPECT_EQ(stored(record->PhinfPartNumber), std::string(20, ' '));
     EXPECT_EQ(stored(record->PhinfPortLocation), std::string(14, '0'));
     EXPECT_EQ(devicePhinfTesting(device), 0xFEDu);
+    EXPECT_EQ(devicePhinfGpioStatus(device), 0x0F);
 
     const std::tuple<const char*, bool, bool> options[] = {
         {"PHINF:0A0008ABCD\r", false, true}, {"PHINF 0A0008\r", false, true},
@@ -286,6 +279,9 @@ TEST(DecodeSystem, StatusAndInfraredSources) {
     // A shorter list leaves the tail of the longer one behind.
     decode(protocol::decodeIrchk, record, "IRCHK:0002ABCD\r", "+01");
     EXPECT_EQ(stored(record->IrchkSources), "+01+10-20+30-40+01+50+60");
+    const std::string longest = '\x7F' + std::string(125, '+');
+    decode(protocol::decodeIrchk, record, "IRCHK:0002ABCD\r", longest + "++");
+    EXPECT_EQ(stored(record->IrchkSources), longest);
 }
 
 TEST(DecodeSystem, SourceCountsThatCannotBe) {

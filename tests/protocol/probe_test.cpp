@@ -91,22 +91,3 @@ TEST(Probe, WhatTheSystemRefuses) {
         EXPECT_EQ(fake.log, log) << operation;
     }
 }
-
-TEST(Probe, ShortAndRefusedWrites) {
-    const std::tuple<Reads, Writes, int> cases[] = {
-        {{kReset, kOkay, kFeatures}, {kFew, kNone}, 0}, // the first one only leads to a reset
-        {{kReset, kOkay, kFeatures}, {kRefused}, 0},
-        {{kSilence, kReset}, {kAll, kRefused}, 0x500},
-        {{kSilence, kReset}, {kAll, kFew, kNone}, 0x400},
-        {{kOkay}, {kAll, kRefused}, 0x800},
-        {{kOkay}, {kAll, kFew, kNone}, 0x800},
-        {{kOkay, kError}, {kAll, kAll, kFew, kNone}, 0x800},
-    };
-    for (const auto& [reads, writes, result] : cases) {
-        fake = {};
-        fake.reads = reads;
-        fake.writes = writes;
-        EXPECT_EQ(deviceProbePort("COM3"), result) << fake.log;
-        EXPECT_TRUE(fake.log.ends_with("purge t, restore, close"));
-    }
-}

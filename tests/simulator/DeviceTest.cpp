@@ -1,12 +1,20 @@
-#include "tests/simulator/DeviceHarness.h"
+#include "simulator/Device.h"
+#include "simulator/Texts.h"
 
-#include <random>
+#include <gtest/gtest.h>
 
 namespace ndisim {
 namespace {
 
+/// The content of a text reply whose checksum is right; else a text that no test expects.
+std::string replyTo(Device& device, std::string_view command) {
+    const std::string reply = device.execute(command).bytes;
+    const std::string text = reply.substr(0, reply.size() - std::min<std::size_t>(5, reply.size()));
+    return withCrc(text) == reply ? text : "<bad reply: " + reply + ">";
+}
+
 TEST(DeviceTest, CommandsWithAndWithoutCrc) {
-    DeviceHarness vega(Family::Vega);
+    Device vega(DeviceOptions{});
     const std::pair<std::string, const char*> cases[] = {
         {"INIT:E3A5", "OKAY"},   {"INIT:e3a5", "OKAY"},
         {"INIT", "OKAY"},        {"INIT ", "OKAY"},
@@ -18,59 +26,35 @@ TEST(DeviceTest, CommandsWithAndWithoutCrc) {
         {{"\0", 1}, "ERROR01"},  {std::string(1025, 'A'), "ERROR02"},
     };
     for (const auto& [command, reply] : cases) {
-        EXPECT_EQ(checkedText(vega.device.execute(command).bytes), reply) << command;
+        EXPECT_EQ(replyTo(vega, command), reply) << command;
     }
 }
 
 // Every command in every state that does not allow it.
 TEST(DeviceTest, CommandsAreRefusedInTheWrongState) {
-    const char* const afterInit[] = {"SFLIST:03", "SSTAT:0007", "PHSR:00", "PSTAT:0001"};
+    const char* const afterInit[] = {"SFLIST 03", "SSTAT 0007", "PHSR 00", "PSTAT 0001"};
     const char* const setUpOnly[] = {
-        "VSEL:1",  "PHRQ:*********1****", "PHF:0A", "PINIT:0A", "PENA:0AD",
-        "PDIS:0A", "IRCHK:0001",          "TSTART:"};
-    const char* const trackingOnly[] = {"TSTOP:", "BX:0001", "TX:0001", "GX:0001"};
-    DeviceHarness vicra(Family::Vicra);
-    const auto expectAll = [&](const auto& commands, const char* reply) {
+        "VSEL 1",  "PHRQ *********1****", "PHF 0A", "PINIT 0A", "PENA 0AD",
+        "PDIS 0A", "IRCHK 0001",          "TSTART"};
+    const char* const trackingOnly[] = {"TSTOP", "BX 0001", "TX 0001", "GX 0001"};
+    Device vega(DeviceOptions{});
+    const auto expectAll = [&](const auto& commands, const std::string& reply) {
         for (const char* command : commands) {
-            EXPECT_EQ(vicra.ask(command), reply) << command;
+            EXPECT_EQ(replyTo(vega, command).substr(0, reply.size()), reply) << command;
         }
     };
     expectAll(afterInit, "ERROR10");
     expectAll(setUpOnly, "ERROR10");
     expectAll(trackingOnly, "ERROR10");
-    vicra.run("INIT: OKAY");
+    expectAll(std::array{"INIT"}, "OKAY");
     expectAll(trackingOnly, "ERROR0C");
-    vicra.run("TSTART: OKAY");
+    expectAll(std::array{"TSTART"}, "OKAY");
     expectAll(setUpOnly, "ERROR0C");
     for (const char* command : afterInit) {
-        EXPECT_FALSE(vicra.ask(command).starts_with("ERROR")) << command;
+        EXPECT_FALSE(replyTo(vega, command).starts_with("ERROR")) << command;
     }
-    vicra.run("INIT: OKAY; TSTOP: ERROR0C");
-}
-
-// Whatever a host sends, the answer is one well-formed reply.
-TEST(DeviceTest, AnyCommandGetsAGoodReply) {
-    std::vector<std::string> commands =
-        split("INIT:;COMM:50001;PHRQ:*********1****;PHF:0A;PINIT:0A;PENA:0AD;PDIS:0A;PHSR:00;"
-              "PHINF:0A007F;PSTAT:A01F;SFLIST:03;VSEL:1;TSTART:80;BX:180F;TX:1807;GX:B00F;"
-              "TSTOP:;SSTAT:0007",
-              ';');
-    commands.push_back(DeviceHarness::imageBlock(0x0A, 0, std::string(64, '1')));
-    DeviceOptions options = optionsOf(Family::Vega);
-    options.strays = 255;
-    DeviceHarness vega(options);
-    std::minstd_rand random(7);
-    for (int i = 0; i < 20000; ++i) {
-        std::string command = commands[random() % commands.size()];
-        if (random() % 2 == 0) {
-            command[random() % command.size()] = static_cast<char>(random() % 256);
-            command.resize(command.size() - random() % 2);
-        }
-        const std::string reply = vega.device.execute(command + crcText(crc16(command))).bytes;
-        const bool isBinary = reply.starts_with("\xC4\xA5");
-        ASSERT_TRUE(isBinary ? crc16(reply) == 0 : !checkedText(reply).starts_with("<bad"))
-            << command;
-    }
+    expectAll(std::array{"INIT"}, "OKAY");
+    expectAll(std::array{"TSTOP"}, "ERROR0C");
 }
 
 } // namespace

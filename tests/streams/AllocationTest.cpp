@@ -15,7 +15,7 @@ std::size_t allocationsOfAStep(int tools) {
                     std::to_string(i));
     EXPECT_TRUE(rig.stream.open() && rig.stream.startImpl());
     int frames = 0;
-    rig.stream.output.connect([&](const std::shared_ptr<Data>&) { ++frames; });
+    rig.stream.output.connect([&](const std::shared_ptr<const Data>&) { ++frames; });
     std::size_t count = 0;
     for (int i = 0; i < 3; ++i) {
         rig.nextFrame();
@@ -38,7 +38,7 @@ TEST(Streaming, MemoryThatRunsOutCostsAFrame) {
     rig.addTool("a.rom", "1");
     ASSERT_TRUE(rig.stream.open() && rig.stream.startImpl());
     int frames = 0;
-    rig.stream.output.connect([&](const std::shared_ptr<Data>&) { ++frames; });
+    rig.stream.output.connect([&](const std::shared_ptr<const Data>&) { ++frames; });
     int failures = 0;
     for (; frames == 0 && failures < 1000; ++failures) {
         rig.nextFrame();
@@ -56,18 +56,17 @@ TEST(StreamWorker, TakesNoMemoryFromOneCallOfDoWorkToTheNext) {
     const auto frame = std::make_shared<TrackingStreamData>();
     std::size_t before = 0;
     std::atomic<int> taken = -1;
-    stream.output.connect([](const std::shared_ptr<Data>&) {});
+    stream.output.connect([](const std::shared_ptr<const Data>&) {});
     stream.work = [&]() -> ScriptedStream::Work {
         if (stream.workCount == 4)
             before = allocations;
         if (stream.workCount == 24)
             taken = static_cast<int>(allocations - before);
         stream.output(frame);
-        taken.notify_all();
         return Stream::WorkContinuation{std::chrono::system_clock::now() + 1ms, 1};
     };
     ASSERT_TRUE(stream.open() && stream.start());
-    taken.wait(-1);
+    stream.awaitWork(25);
     ASSERT_TRUE(stream.stop());
     EXPECT_EQ(taken, 0);
 }

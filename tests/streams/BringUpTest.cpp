@@ -87,8 +87,15 @@ TEST(BringUp, OpensANetworkDeviceWithoutTools) {
                             "[3] No tracking instruments initialized!"));
     EXPECT_THAT(rig.instruments(), IsEmpty());
 
+    rig.stream.stateChanged.connect([&stream = rig.stream](const Stream::StateChange& change) {
+        EXPECT_EQ(stream.isInitialized(), change.to == Stream::Open);
+    });
     EXPECT_TRUE(rig.stream.close());
     EXPECT_FALSE(rig.stream.isInitialized());
+    rig.stream.setHardwareIPPort(rig.simulator.port() + 65536);
+    EXPECT_FALSE(rig.stream.open());
+    EXPECT_EQ(rig.log.take().back(), failed);
+    rig.stream.setHardwareIPPort(rig.simulator.port());
     ASSERT_TRUE(rig.stream.open());
     // The handle of the first time is freed.
     EXPECT_THAT(rig.takeCommands(),

@@ -46,6 +46,8 @@ void useLikeAPanel(PolarisAuroraTrackingStream<N>& stream) {
     stream.setMeasurementRate(5);
     stream.maxRangeOptions();
     stream.stateDump();
+    stream.setTraceSink([count = 0](auto, auto) mutable { ++count; });
+    stream.setTraceSink({});
     stream.instruments()->instruments();
     stream.isInitialized();
 }
@@ -73,7 +75,7 @@ TEST(Concurrency, OperationsAndSettingsFromManyThreads) {
     Rig<Vega> rig;
     rig.addTool("a", "1");
     std::atomic<int> frames = 0;
-    rig.stream.output.connect([&](const std::shared_ptr<Data>&) {
+    rig.stream.output.connect([&](const std::shared_ptr<const Data>&) {
         ++frames;
         rig.nextFrame();
     });
@@ -101,6 +103,16 @@ TEST(Concurrency, OperationsAndSettingsFromManyThreads) {
     for (int i = 0; i < 6000 && frames == before; ++i)
         std::this_thread::sleep_for(10ms);
     EXPECT_GT(frames, before);
+    const std::function<void()> besideTheWorker[] = {
+        [&] { rig.stream.stopImpl(); },
+        [&] { rig.stream.startImpl(); },
+        [&] { rig.stream.stateDump(); },
+        [&] { rig.stream.setTraceSink([count = 0](auto, auto) mutable { ++count; }); },
+    };
+    for (std::size_t i = 0; i < 400; ++i) {
+        besideTheWorker[i % std::size(besideTheWorker)]();
+        std::this_thread::sleep_for(1ms);
+    }
 }
 
 TEST(Concurrency, DestroyedWhileOpening) {

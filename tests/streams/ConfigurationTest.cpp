@@ -130,6 +130,13 @@ TYPED_TEST(Configuration, ReadsOldAndPartialSettings) {
     EXPECT_EQ(this->write(), (this->isNetwork ? freshNetwork : freshSerial) +
                                  std::string("  <no port>\n    Path=p.rom\n    Port=-1\n"
                                              "  <>\n    Path=\n    Port=-1\n"));
+    properties.setParam("hardwareDevice", "COM9");
+    properties.setParam("hardwarePort", 4711);
+    properties.setParam("binaryQueryMode", false);
+    this->stream.configure(&properties);
+    EXPECT_EQ(this->stream.hardwareDevice(), "COM9");
+    EXPECT_EQ(this->stream.hardwareIPPort(), 4711);
+    EXPECT_THAT(this->write(), testing::HasSubstr("binaryQueryMode=false"));
 }
 
 TYPED_TEST(Configuration, IgnoresIndicesThatAreNone) {
@@ -139,6 +146,8 @@ TYPED_TEST(Configuration, IgnoresIndicesThatAreNone) {
         EXPECT_EQ(this->stream.maxRange(), 2147483647);
         EXPECT_EQ(this->stream.measurementRate(), 5);
     }
+    this->stream.setMaxRange(0);
+    EXPECT_EQ(this->stream.maxRange(), 0);
     this->stream.setMeasurementRate(0);
     EXPECT_EQ(this->stream.measurementRate(), this->isNetwork ? 5 : 0);
     EXPECT_THAT(this->log.take(), IsEmpty());
@@ -177,6 +186,28 @@ TEST(OpenConfiguration, RefusesChoicesAndSavesVolumesAndMainInstrument) {
                             "[4] Measurement rate cannot be set when connection is established. "
                             "Close connection first."));
     EXPECT_EQ(rig.stream.maxRange(), 1);
+}
+
+TEST(Tracing, IsSwitchedWhileTheDeviceIsConnected) {
+    for (const bool isTracedAtFirst : {true, false}) {
+        Rig<Aurora> rig; // without a tool the stream does not open, but keeps its device
+        std::string traced;
+        const Diagnosable::TraceSink sink = [&](Diagnosable::Traffic, std::string_view text) {
+            traced += std::string(text) + " ";
+        };
+        rig.stream.setTraceSink(isTracedAtFirst ? sink : nullptr);
+        EXPECT_FALSE(rig.stream.open());
+        EXPECT_EQ(traced.find("INIT:") != traced.npos, isTracedAtFirst);
+        traced.clear();
+        rig.stream.setTraceSink(isTracedAtFirst ? nullptr : sink);
+        rig.owned.reset();
+        EXPECT_THAT(rig.takeCommands(), testing::Contains("COMM:00000"));
+        if (isTracedAtFirst)
+            EXPECT_EQ(traced, "");
+        else
+            EXPECT_THAT(traced, testing::AllOf(testing::StartsWith("COMM:00000"),
+                                               testing::EndsWith("closed ")));
+    }
 }
 
 } // namespace

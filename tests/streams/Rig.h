@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/Resources.h"
+#include "protocol/probe.h"
 #include "protocol/transport.h"
 #include "simulator/Simulator.h"
 #include "streams/PolarisAuroraTrackingStream.h"
@@ -66,7 +66,6 @@ public:
     explicit Rig(ndisim::DeviceOptions device = {}, const Lines& faults = {}) :
         simulator(simulatorOptions(std::move(device))),
         owned(std::make_unique<PolarisAuroraTrackingStream<N>>()), stream(*owned) {
-        initializeResources();
         for (const std::string& fault : faults)
             simulator.addFault(std::string_view(fault));
         simulator.start();
@@ -74,6 +73,7 @@ public:
             stream.setHardwareDevice("127.0.0.1");
             stream.setHardwareIPPort(simulator.port());
         } else {
+            protocol::probeAnswerMs = 5000;
             assignSerialPort(2, simulator.address());
             stream.setHardwareDevice("COM3");
         }

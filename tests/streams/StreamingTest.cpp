@@ -1,13 +1,18 @@
+#include "protocol/device.h"
+#include "simulator/Texts.h"
 #include "tests/streams/Rig.h"
 
 #include <morvalinstream/TrackingInstrumentFiducialsData.h>
 
 #include <Eigen/Geometry>
 
+#include <thread>
+
 namespace Morvalin {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::AnyOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -33,7 +38,7 @@ struct Running {
     explicit Running(ndisim::DeviceOptions options = {}, int tools = 3, bool isBinary = true) :
         rig(makeRig<N>(std::move(options), tools)), stream(rig->stream) {
         stream.setBinaryQueryMode(isBinary);
-        stream.output.connect([this](const std::shared_ptr<Data>& data) {
+        stream.output.connect([this](const std::shared_ptr<const Data>& data) {
             frame = std::dynamic_pointer_cast<const TrackingStreamData>(data);
             stream.maxRangeOptions(); // receivers may call back: no lock is held
             stream.instruments()->size();
@@ -57,6 +62,13 @@ struct Running {
     Frame nextFrame() {
         rig->nextFrame();
         return step();
+    }
+    /// The next frame there is: after a fault the connection may take some steps.
+    Frame frameAgain() {
+        for (int steps = 0; steps < 20; ++steps)
+            if (const Frame next = nextFrame())
+                return next;
+        return nullptr;
     }
     /// What the device made its last answer of.
     ndisim::Measurement sent() const { return *rig->simulator.exchanges().back().measurement; }
@@ -192,6 +204,35 @@ TEST(Streaming, OnlyTheMainInstrumentDecides) {
                             "with ID 0 does not exist"));
 }
 
+TEST(Streaming, WhatIsActiveInAFrameWasMeasuredInIt) {
+    Running<Vega> running({}, 2);
+    auto registry = running.stream.instruments();
+    // Nobody measures the first one; the second one is made active at any moment.
+    registry->create(TrackerID("0", "not of the device", ""), true);
+    registry->setPose("0", Matrix4::Identity(), 1.0, millisecondsNow() + 3'600'000, 0);
+    registry->setMainById("1");
+    const std::jthread user([&](const std::stop_token& isDone) {
+        for (bool active = true; !isDone.stop_requested(); active = !active)
+            registry->setActive("2", active);
+    });
+    for (int i = 0; i < 100; ++i) {
+        const Frame frame = running.nextFrame();
+        ASSERT_TRUE(frame);
+        EXPECT_LE(frame->timestamp, millisecondsNow());
+        EXPECT_FALSE(frame->instruments[0].active);
+        for (const TrackingInstrument& tool : frame->instruments)
+            EXPECT_TRUE(!tool.active || tool.timestamp == frame->timestamp) << tool.trackerId.ID;
+    }
+}
+
+TEST(Streaming, ConsumerThatThrowsIsTold) {
+    Running<Vega> running;
+    running.stream.output.connect([](const auto&) { throw std::runtime_error("disk full"); });
+    EXPECT_TRUE(running.nextFrame());
+    EXPECT_THAT(running.rig->log.take(),
+                ElementsAre("[4] Error while receiving tracking data. disk full"));
+}
+
 TEST(Streaming, WithoutInstrumentsEveryAnswerIsAFrame) {
     const auto check = [](bool isBinary, const std::vector<std::pair<unsigned, unsigned>>& table) {
         Running<Vega> running({}, 0, isBinary);
@@ -208,11 +249,92 @@ TEST(Streaming, WithoutInstrumentsEveryAnswerIsAFrame) {
     check(false, {{50, 50}, {51, 50}, {90, 50}, {3, 3}});
 }
 
+/// A binary answer, with a length and a sum that fit what stands before its old sum, as a fault.
+std::string asFault(std::string answer) {
+    answer.resize(answer.size() - 2);
+    const std::size_t body = answer.size() - 6;
+    answer[2] = static_cast<char>(body & 0xFF);
+    answer[3] = static_cast<char>(body >> 8);
+    const unsigned crc = ndisim::crc16(answer);
+    answer += {static_cast<char>(crc & 0xFF), static_cast<char>(crc >> 8)};
+    std::string fault(2 * answer.size(), '0');
+    hexEncode(fault.data(), answer.data(), static_cast<int>(answer.size()));
+    return "raw=" + fault;
+}
+
+/// One that ends within its last tool.
+std::string cutWithin(std::string answer) {
+    answer.resize(answer.size() - 28);
+    return asFault(std::move(answer));
+}
+
+void expectSameInstruments(const std::vector<TrackingInstrument>& now,
+                           const std::vector<TrackingInstrument>& before) {
+    ASSERT_EQ(now.size(), before.size());
+    for (std::size_t i = 0; i < now.size(); ++i)
+        EXPECT_TRUE(now[i].hasSameData(before[i]) && now[i].active) << now[i].trackerId.ID;
+}
+
+void checkFailedExchanges(bool isBinary, int tools) {
+    Running<Vega> running({}, tools, isBinary);
+    ASSERT_TRUE(running.nextFrame());
+    const std::string zeros(4094, '0'); // as long as an answer can be, with a sum that fits
+    const Lines faults = {
+        "no-answer",    "crc",
+        "error=0D",     "reply=ERROR00",
+        "reply=RESET",  "reply=",
+        "raw=" + zeros, cutWithin(running.rig->simulator.exchanges().back().reply)};
+    for (std::size_t i = 0; i < faults.size(); ++i) {
+        SCOPED_TRACE(faults[i].substr(0, 20) + (isBinary ? " binary" : " text"));
+        // The answers of this form are now older than those of the other one.
+        running.stream.setBinaryQueryMode(!isBinary);
+        ASSERT_TRUE(running.frameAgain());
+        running.stream.setBinaryQueryMode(isBinary);
+        running.rig->log.take();
+        if (tools > 0)
+            running.stream.instruments()->setMainById(i % 2 == 0 ? "2" : "1");
+        const auto before = running.rig->instruments();
+        running.rig->simulator.addFault(faults[i] + "@*");
+        EXPECT_FALSE(running.nextFrame());
+        expectSameInstruments(running.rig->instruments(), before);
+        EXPECT_THAT(running.rig->log.take(),
+                    ElementsAre(AnyOf(
+                        StartsWith("[4] NDI Tracking System Error: "),
+                        "[4] Error while receiving tracking data. The answer is no measurement.")));
+        running.rig->simulator.clearFaults();
+        const Frame frame = running.frameAgain();
+        ASSERT_TRUE(frame);
+        if (tools > 0)
+            expectPoses(frame, running.sent(), isBinary);
+    }
+}
+
+TEST(Streaming, AFailedExchangeIsNoFrame) {
+    for (const int tools : {0, 2}) {
+        checkFailedExchanges(true, tools);
+        checkFailedExchanges(false, tools);
+    }
+}
+
+TEST(Streaming, AReopenedStreamHandsOutNothingBeforeItsFirstAnswer) {
+    Running<Vega> running;
+    for (const char* fault : {"no-answer@BX#1", "crc@BX#1", "late=900@TSTART#1"}) {
+        SCOPED_TRACE(fault);
+        ASSERT_TRUE(running.nextFrame()); // whose number the new connection does not know
+        running.rig->simulator.addFault(fault);
+        ASSERT_TRUE(running.stream.stopImpl() && running.stream.close());
+        ASSERT_TRUE(running.stream.open() && running.stream.startImpl());
+        const Frame frame = running.frameAgain();
+        expectPoses(frame, running.sent(), true);
+        running.rig->simulator.clearFaults();
+    }
+}
+
 TEST(Streaming, NoAnswerIsTakenForTheNextCommands) {
     // Behind a late answer come those to later commands, one by one.
     const std::vector<std::string> table[] = {
         {"no-answer@*#1", "late=8"}, {"cut=20@*#1", "late=8"},     {"late=250@*#1", "late=8"},
-        {"late=400@*#1", "late=8"},  {"late=1450@*#1", "late=60"}, {"late=2140@*#1"},
+        {"late=400@*#1", "late=8"},  {"late=1450@*#1", "late=60"}, {"late=1900@*#1"},
     };
     for (const bool isBinary : {true, false}) {
         Running<Vega> running({}, 2, isBinary);

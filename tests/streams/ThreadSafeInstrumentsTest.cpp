@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace Morvalin {
 namespace {
 
@@ -91,7 +93,7 @@ Operation change(std::function<void(TrackingInstrument&)> function) {
     };
 }
 Operation pose(const char* id) {
-    return [id](Registry& r) { return r.setPose(id, Matrix4::Identity(), 1, 5, 3); };
+    return [id](Registry& r) { return r.setPose(id, Matrix4::Identity(), 1, 5, 4); };
 }
 template <class Function>
 Operation emptyChange(const char* id) {
@@ -111,7 +113,13 @@ TEST(ThreadSafeInstruments, ReportsWhatAModificationChanged) {
     using Special = Registry::ModifySpecialFunction;
     const char* const idLog =
         "ID must not be modified. TrackingInstrument is reset to state before modification";
-    const auto isBack = [](auto& i) { EXPECT_EQ(i.trackerId, TrackerID("a", "N", "M")); };
+    const auto state = [](std::int32_t expected) {
+        return change([expected](auto& i) { EXPECT_EQ(i.trackingState, expected); });
+    };
+    const auto isBack = [](auto& i) {
+        EXPECT_EQ(i.trackerId, TrackerID("a", "N", "M"));
+        EXPECT_EQ(i.toolType, "Probe");
+    };
     run({
         {"create", withRecord, 6, "a", 0, ""},
         {"nothing", change([](auto&) {}), 0, "a", 0, ""},
@@ -127,9 +135,11 @@ TEST(ThreadSafeInstruments, ReportsWhatAModificationChanged) {
         {"put back", change(isBack), 0, "a", 0, ""},
         {"both", change([](auto& i) { i.trackerId.name = "n", i.quality = 1; }), 5, "a", 0, ""},
         {"pose", pose("a"), 1, "a", 0, ""},
+        {"its state", state(4), 0, "a", 0, ""},
         {"pose of unknown id", pose("b"), 0, "a", 0, ""},
         {"reset", resetting, 1, "a", 0, ""},
         {"reset again", resetting, 0, "a", 0, ""},
+        {"state that was reset", state(0), 0, "a", 0, ""},
         {"unknown id", emptyChange<Special>("b"), 0, "a", 0, ""},
         {"the same", emptyChange<Registry::ModifyFunction>("b"), 0, "a", 0, ""},
         {"one without a record", create("b"), 4, "a", 0, ""},
@@ -138,6 +148,36 @@ TEST(ThreadSafeInstruments, ReportsWhatAModificationChanged) {
         {"all records", ofAllRecords, 1, "a", 0,
          "modifyAll: Special object for instrument with ID b does not exist"},
     });
+}
+
+TEST(ThreadSafeInstruments, FunctionThatThrowsLeavesItsInstrumentAsItWas) {
+    const auto spoil = [](const std::string& id, TrackingInstrument& live, auto&...) {
+        live.quality = 0.5;
+        if (id == "a")
+            return;
+        live.trackerId = TrackerID("c", "x", "y");
+        throw std::runtime_error("no memory");
+    };
+    using Function = Registry::ModifyFunction;
+    using Special = Registry::ModifySpecialFunction;
+    const Operation table[] = {
+        [&](Registry& r) { return r.modify("b", Function(spoil)); },
+        [&](Registry& r) { return r.modify("b", Special(spoil)); },
+        [&](Registry& r) { return r.modifyAll(Function(spoil)); },
+        [&](Registry& r) { return r.modifyAll(Special(spoil)); },
+    };
+    Registry registry;
+    LogCapture log;
+    registry.create({"a", "n", "m"}, info(7), true);
+    registry.create({"b", "n", "m"}, info(8), true);
+    for (const Operation& operation : table) {
+        EXPECT_THAT([&] { operation(registry); },
+                    testing::ThrowsMessage<std::runtime_error>("no memory"));
+        EXPECT_EQ(registry.instrument("b")->trackerId, TrackerID("b", "n", "m"));
+        EXPECT_EQ(registry.instrument("b")->quality, 0);
+    }
+    EXPECT_EQ(registry.instrument("a")->quality, 0.5); // what came before stays
+    EXPECT_THAT(log.take(), IsEmpty());
 }
 
 TEST(ThreadSafeInstruments, AnswersForUnknownIds) {
@@ -165,6 +205,41 @@ TEST(ThreadSafeInstruments, AnswersForUnknownIds) {
     EXPECT_FALSE(registry.mainInstrument());
 }
 
+/// Shows a lock that is missing to the thread sanitizer.
+TEST(ThreadSafeInstruments, EveryOperationMayMeetEveryOther) {
+    Registry registry;
+    const LogCapture log;
+    const Operation operations[] = {
+        withRecord,
+        counted,
+        byIndex(1),
+        byId("a"),
+        pose("a"),
+        resetting,
+        ofAllRecords,
+        change([](auto& i) { i.quality = 1; }),
+        clearing,
+        counted,
+        create("a"),
+        removal("a"),
+        [](Registry& r) { return r.setActive("a", true) + r.mainIndex(); },
+        [](Registry& r) { return static_cast<std::uint32_t>(r.size() + r.isActive("a")); },
+        [](Registry& r) { return static_cast<std::uint32_t>(r.instruments().size()); },
+        [](Registry& r) { return r.instrument("a") || r.mainInstrument() ? 1U : 0U; },
+        [](Registry& r) { return static_cast<std::uint32_t>((r.mainId() + r.name("a")).size()); },
+        [](Registry& r) { return r.modify("a", Registry::ModifySpecialFunction([](auto&...) {})); },
+    };
+    const auto useAll = [&](std::size_t step) {
+        for (std::size_t i = 0; i < 2000; ++i) {
+            operations[i * step % std::size(operations)](registry);
+            std::this_thread::sleep_for(std::chrono::microseconds(10)); // let the other one in
+        }
+    };
+    std::thread other(useAll, 5);
+    useAll(7);
+    other.join();
+}
+
 struct Tracker : PolarisAuroraTrackingStream<NDIDeviceFamily::Aurora> {
     explicit Tracker(std::shared_ptr<Registry> registry) { setInstruments(std::move(registry)); }
     using TrackingStream::createTrackingStreamData;
@@ -175,7 +250,7 @@ TEST(TrackingStream, FrameIsASnapshotThatAgreesWithItself) {
         std::string mainId() const override { return "b"; } // also when it has just been removed
     };
     const auto registry = std::make_shared<ChangingRegistry>();
-    for (const auto& [id, timestamp] : {std::pair{"a", 2000}, {"b", 3000}, {"c", 1000}}) {
+    for (const auto& [id, timestamp] : {std::pair{"a", 9000}, {"b", 3000}, {"c", 1000}}) {
         registry->create(TrackerID(id, "n", "m"), *id != 'a');
         registry->setPose(id, Matrix4::Identity(), 1, timestamp, 0);
     }
@@ -183,13 +258,19 @@ TEST(TrackingStream, FrameIsASnapshotThatAgreesWithItself) {
     const auto frame = stream.createTrackingStreamData();
     EXPECT_EQ(frame->streamName, "NDI Aurora Tracking Stream");
     EXPECT_EQ(frame->mainId, "b");
-    EXPECT_EQ(frame->timestamp, 3000);
+    EXPECT_EQ(frame->timestamp, 3000); // of the active ones
     ASSERT_EQ(stream.activeInstruments().size(), 2u);
     EXPECT_EQ(stream.activeInstruments()[0].trackerId.ID, "b");
     registry->remove("b");
     EXPECT_EQ(stream.createTrackingStreamData()->mainId, "");
     ASSERT_EQ(frame->instruments.size(), 3u);
     EXPECT_EQ(frame->instruments[0].trackerId, TrackerID("a", "n", "m"));
+    // Without an active instrument that was measured, the frame's time is the clock's.
+    for (const std::int64_t timestamp : {0, -5, 4000}) {
+        registry->setActive("c", timestamp <= 0);
+        registry->setPose("c", Matrix4::Identity(), 1, timestamp, 0);
+        EXPECT_GT(stream.createTrackingStreamData()->timestamp, 1'000'000'000'000);
+    }
 }
 
 } // namespace

@@ -35,6 +35,7 @@ TEST(OpticalTools, AreLoadedInTheOrderOfRegistration) {
     EXPECT_EQ(rig.log.take().back(), "[2] Instrument first.rom registered to instrument list. "
                                      "Instrument will be loaded when opening stream.");
     rig.addTool("double.rom", "111"); // loaded all the same
+    wantMain(rig, "");                // which asks for none
     ASSERT_TRUE(rig.stream.open());
     EXPECT_THAT(rig.takeCommands(),
                 ElementsAre("INIT:", "SFLIST:03", "VSEL:1", "PHSR:01", "PHRQ:*********1****",
@@ -67,6 +68,10 @@ TEST(OpticalTools, AreNamedByTheirPartNumber) {
     };
     const std::string outOfRange =
         "[4] Error during initalization of the NDI tracking system: stoi argument out of range";
+    const char* const refused =
+        "[4] NDI Tracking System Error: 19 Unable to initialize Tool-in-Port";
+    const char* const unready =
+        "[4] NDI Tracking System Error: 14 Selected port handle not initialized";
     const Row table[] = {
         {"number", "2147483647", 1024, {"2147483647"}, {}},
         {"empty", "", 1024, {"999999999"}, {reservedNumber}},
@@ -74,8 +79,8 @@ TEST(OpticalTools, AreNamedByTheirPartNumber) {
         {"signed", "-12", 1024, {"999999999"}, {reservedNumber}},
         {"reserved", "999999999", 1024, {"999999999"}, {reservedNumber}},
         {"file that ends in the number", "12345", 595, {"123"}, {}},
-        {"empty file", "12345", 0, {"999999999"}, {reservedNumber}},
-        {"no file", "12345", std::string::npos, {"999999999"}, {reservedNumber}},
+        {"empty file", "12345", 0, {"999999999"}, {reservedNumber, refused, unready}},
+        {"no file", "12345", std::string::npos, {"999999999"}, {reservedNumber, refused, unready}},
         {"unterminated", std::string(431, '0') + "78", 1024, {"7"}, {}},
         {"too large", "2147483648", 1024, {}, {outOfRange}},
     };
@@ -115,6 +120,55 @@ TEST(OpticalTools, AreSkippedWhenTheUploadFails) {
     EXPECT_EQ(rig.stream.instruments()->mainId(), "222");
 }
 
+/// The next frame shows each tool where the device saw the handle that holds its definition.
+void expectOwnPoses(Rig<Vega>& rig) {
+    ASSERT_TRUE(rig.stream.startImpl());
+    rig.nextFrame();
+    rig.stream.doWork();
+    const ndisim::Measurement sent = *rig.simulator.exchanges().back().measurement;
+    for (const TrackingInstrument& tool : rig.instruments()) {
+        EXPECT_TRUE(tool.active && tool.quality > 0) << tool.trackerId.ID;
+        rig.simulator.withDevice([&](ndisim::Device& device) {
+            for (const ndisim::ToolMeasurement& measured : sent.tools)
+                if (device.loadedPartNumber(measured.handle) == tool.trackerId.ID) {
+                    EXPECT_NEAR(tool.matrix(0, 3), measured.pose.position[0], 2e-4);
+                    EXPECT_NEAR(tool.matrix(2, 3), measured.pose.position[2], 2e-4);
+                }
+        });
+    }
+}
+
+TEST(OpticalTools, AreSkippedWithoutAHandleOfTheirOwn) {
+    Rig<Vega> rig;
+    Lines paths;
+    for (const char* number : {"1", "2", "3"})
+        paths.push_back(rig.addTool(number, number));
+    for (const char* fault : {"error=0D", "late=300", "crc", "reply=", "reply=A", "reply=0A",
+                              "reply=OKAY", "reply=ERROR00"}) {
+        SCOPED_TRACE(fault);
+        rig.simulator.clearFaults();
+        rig.simulator.addFault(fault + std::string("@PHRQ#2"));
+        rig.stream.close();
+        rig.log.take();
+        ASSERT_TRUE(rig.stream.open());
+        EXPECT_EQ(rig.log.take(Log::Warning).back(),
+                  "[4] ROM file for 2 could not be uploaded from " + paths[1]);
+        ASSERT_EQ(rig.instruments().size(), 2U);
+        EXPECT_EQ(rig.instruments()[0].trackerId.ID, "1");
+        EXPECT_EQ(rig.instruments()[1].trackerId.ID, "3");
+        expectOwnPoses(rig);
+    }
+    // Nothing more is sent while an answer is outstanding: all that follow are told, too.
+    rig.simulator.clearFaults();
+    rig.simulator.addFault("no-answer@PHRQ#2");
+    rig.stream.close();
+    ASSERT_TRUE(rig.stream.open());
+    const Lines log = rig.log.take(Log::Warning);
+    for (const std::size_t lost : {1U, 2U})
+        EXPECT_THAT(log, testing::Contains(testing::EndsWith("uploaded from " + paths[lost])));
+    EXPECT_EQ(rig.instruments().size(), 1U);
+}
+
 TEST(OpticalTools, DummyToolLetsMarkersBeSeen) {
     const struct {
         Lines faults;
@@ -126,6 +180,7 @@ TEST(OpticalTools, DummyToolLetsMarkersBeSeen) {
          {},
          {"[4] NDI Tracking System Error: 1 Invalid command",
           "[4] Querying raw fiducials not possible", noInstruments}},
+        {{"reply=@PHRQ"}, {}, {"[4] Querying raw fiducials not possible", noInstruments}},
     };
     for (const auto& row : table) {
         Rig<Vega> rig({}, row.faults);
@@ -146,6 +201,9 @@ TEST(OpticalTools, AreSetUpWhateverThePortListSays) {
         wired.stream.open();
         EXPECT_LE(wired.instruments().size(), 1U) << reply;
     }
+    Rig<Aurora> refused({}, {"error=01@PHSR"});
+    EXPECT_FALSE(refused.stream.open());
+    EXPECT_THAT(refused.log.take(), testing::Contains("[1] Found 0 ports."));
 }
 
 TEST(OpticalTools, SignalsTellWhatChanged) {
@@ -261,6 +319,41 @@ TEST(AuroraTools, ReadyOnesAreOnlyEntered) {
     EXPECT_TRUE(rig.stream.instruments()->instrument("2-620"));
 }
 
+TEST(AuroraTools, AreNotNamedAfterOthers) {
+    const struct {
+        std::string fault;
+        TrackerID id;
+        const char* type;
+    } table[] = {
+        {"error=0D", {"2-", "", ""}, "Unknown"},
+        {"crc", {"2-", "", ""}, "Unknown"},
+        {"reply=ERROR00", {"2-", "", ""}, "Unknown"},
+        {"reply=0100", {"2-", "", ""}, "Unknown"},
+        {"reply=010000000123456789012345678901234",
+         {"2-", "0100000001234567890123456789012", ""},
+         "Reference"},
+        {"reply=0100\x80" + std::string(90, '1'), {"2-", "", ""}, "Unknown"},
+    };
+    ndisim::DeviceOptions options;
+    options.tools = {plugged(1, "02000000", "PROBE-AAA"), plugged(2, "01000000", "REFERENCE"),
+                     plugged(3, "03000000", "SWITCH")};
+    Rig<Aurora> rig(options);
+    for (const auto& row : table) {
+        SCOPED_TRACE(row.fault);
+        rig.simulator.clearFaults();
+        rig.simulator.addFault(row.fault + "@PHINF:0B0025");
+        rig.stream.close();
+        ASSERT_TRUE(rig.stream.open());
+        const auto tools = rig.instruments();
+        ASSERT_EQ(tools.size(), 3U);
+        EXPECT_EQ(tools[0].trackerId.ID, "1-PROBE-AAA");
+        EXPECT_EQ(tools[1].trackerId, row.id);
+        EXPECT_EQ(tools[1].toolType, row.type);
+        EXPECT_EQ(tools[2].trackerId.ID, "3-SWITCH");
+        EXPECT_EQ(tools[2].toolType, "Switch");
+    }
+}
+
 TEST(AuroraTools, RegisteredOnesKeepTheirOwnHandle) {
     ndisim::DeviceOptions options;
     options.tools = {plugged(1, "02000000", "610"), plugged(2, "02000000", "620")};
@@ -277,6 +370,8 @@ TEST(AuroraTools, RegisteredOnesKeepTheirOwnHandle) {
                             "PHINF:FFFFFFFF0025", "PHINF:0B0020", "16 x PVWR:0B", "PINIT:0B",
                             "PENA:0BD", "PHINF:0B0025"));
     const Lines log = rig.log.take(Log::Information);
+    EXPECT_THAT(log, testing::Contains("[3] Tool definition lost.rom has no port handle: the tool "
+                                       "in port 1 will not be tracked."));
     EXPECT_THAT(log,
                 testing::Contains("[4] ROM file for lost.rom could not be uploaded from " + lost));
     EXPECT_THAT(log, testing::Contains("[2] ROM file for kept.rom uploaded from " + kept));

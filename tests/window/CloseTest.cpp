@@ -3,9 +3,9 @@
 
 #include <thread>
 
-#include "app/gui/ClosingPage.h"
-#include "app/gui/VolumeView.h"
 #include "tests/window/WindowRig.h"
+#include "window/Pages.h"
+#include "window/VolumeView.h"
 
 namespace Morvalin::App {
 namespace {
@@ -32,12 +32,12 @@ protected:
             ASSERT_TRUE(stream.open() && stream.start());
         }
         ASSERT_TRUE(waitForStatus("frames/s"));
-        if (GetParam() == Situation::Closing)
-            simulator.addFault("late=1500@TSTOP");
         if (GetParam() == Situation::Dead)
             simulator.halfOpen();
-        if (GetParam() == Situation::Closing)
+        if (GetParam() == Situation::Closing) {
+            simulator.addFault("late=1500@TSTOP");
             stream.closeAsync();
+        }
     }
 };
 
@@ -95,8 +95,7 @@ TEST_F(Closing, CancelKeepsTheStreamRunning) {
     answer(QMessageBox::Cancel);
     const std::uint64_t before = item.mailbox().count();
     EXPECT_TRUE(waitUntil([&] { return item.mailbox().count() > before + 20; }));
-    EXPECT_TRUE(window->isVisible());
-    EXPECT_FALSE(window->workspaces().isBusy());
+    EXPECT_FALSE(!window->isVisible() || window->workspaces().isBusy());
 }
 
 TEST_F(Closing, AStreamThatIsToStartByItselfDoesNotStartAnyMore) {

@@ -10,10 +10,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "app/gui/LogBuffer.h"
-#include "app/gui/LogModel.h"
-#include "app/gui/LogView.h"
 #include "tests/host/LogCapture.h"
+#include "window/LogModel.h"
+#include "window/LogView.h"
 
 namespace Morvalin::App {
 namespace {
@@ -88,12 +87,11 @@ TEST(LogModel, AFloodIsBoundedAndToldAndEveryLineIsOneLine) {
     EXPECT_EQ(texts(model)[0].substr(0, 8), "7 lines ");
     EXPECT_EQ(texts(model)[1].substr(0, 13), "one two [31m ");
     EXPECT_LE(texts(model)[1].size(), LogBuffer::longestText + 2);
-    for (int i = 0; i < 50; ++i)
-        model.append({std::vector<LogLine>(1000), 0});
-    EXPECT_LE(model.rowCount(), LogModel::capacity);
-    EXPECT_GE(model.rowCount(), LogModel::capacity / 2);
-    model.append({std::vector<LogLine>(3 * LogModel::capacity), 0});
-    EXPECT_LE(model.rowCount(), LogModel::capacity);
+    for (const int lines : {LogModel::capacity - 1, 1000, 3 * LogModel::capacity}) {
+        model.append({std::vector<LogLine>(static_cast<std::size_t>(lines)), 0});
+        EXPECT_LE(model.rowCount(), LogModel::capacity);
+        EXPECT_GE(model.rowCount(), LogModel::capacity / 2);
+    }
 }
 
 } // namespace

@@ -8,8 +8,8 @@
 
 #include <morvalinstream/TrackingInstrumentFiducialsData.h>
 
-#include "app/gui/OrbitCamera.h"
-#include "app/gui/VolumeModel.h"
+#include "window/OrbitCamera.h"
+#include "window/VolumeModel.h"
 
 namespace Morvalin::App {
 namespace {
@@ -27,26 +27,18 @@ TEST(OperatingVolume, ReadsWhatDevicesSayAndDrawsWhatEnclosesSpace) {
     const struct {
         const char* text;
         bool isUnderstood;
-        bool isDrawn;
-        Vector3d minimum{0, 0, 0};
-        Vector3d maximum{0, 0, 0};
+        std::vector<Vector3d> bounds; ///< none: it is not drawn
     } cases[] = {
-        {"Cube -250/250/-100/100/-550/-50", true, true, {-250, -100, -550}, {250, 100, -50}},
-        {"Cube 250/-250/-100/100/-50/-550", true, true, {-250, -100, -550}, {250, 100, -50}},
+        {"Cube -250/250/-100/100/-550/-50", true, {{-250, -100, -550}, {250, 100, -50}}},
         {"Dome -950/-2400/0.35/580/-75/240",
          true,
-         true,
-         {-wide, -wide, -2400},
-         {wide, wide, -950 * std::cos(slope)}},
-        {"Dome -50/-660/480/330/0/0", true, true, {-480, -480, -660}, {480, 480, -50}},
-        {"Cube 1/2/3/4/5/5", true, false},
-        {"Dome -50/660/0.35/330/0/0", true, false},
-        {"Dome 0/0/0/0/0/0", true, false},
-        {"Cube 1/2/3/4/5", false, false},
-        {"Cube 1/2/3/4/5/6/7", false, false},
-        {"Cube 1/2/3/4/5/nan", false, false},
-        {"Cube 1/2/3/4/5/1e300", false, false},
-        {"Sphere 1/2/3/4/5/6", false, false},
+         {{-wide, -wide, -2400}, {wide, wide, -950 * std::cos(slope)}}},
+        {"Dome -50/-660/480/330/0/0", true, {{-480, -480, -660}, {480, 480, -50}}},
+        {"Cube 1/2/3/4/5/5", true, {}},
+        {"Dome 0/0/0/0/0/0", true, {}},
+        {"Cube 1/2/3/4/5", false, {}},
+        {"Cube 1/2/3/4/5/nan", false, {}},
+        {"Sphere 1/2/3/4/5/6", false, {}},
     };
     for (const auto& expected : cases) {
         SCOPED_TRACE(expected.text);
@@ -54,18 +46,17 @@ TEST(OperatingVolume, ReadsWhatDevicesSayAndDrawsWhatEnclosesSpace) {
         ASSERT_EQ(volume.has_value(), expected.isUnderstood);
         const auto bounds =
             boundsOf(volume ? volume->outline() : std::vector<OperatingVolume::Line>{});
-        ASSERT_EQ(bounds.has_value(), expected.isDrawn);
+        ASSERT_EQ(bounds.has_value(), !expected.bounds.empty());
         if (bounds) {
-            EXPECT_LT((bounds->minimum - expected.minimum).norm(), 1e-6) << bounds->minimum;
-            EXPECT_LT((bounds->maximum - expected.maximum).norm(), 1e-6) << bounds->maximum;
+            EXPECT_LT((bounds->minimum - expected.bounds[0]).norm(), 1e-6) << bounds->minimum;
+            EXPECT_LT((bounds->maximum - expected.bounds[1]).norm(), 1e-6) << bounds->maximum;
         }
     }
     Properties settings;
-    settings.setParamAttribute("maxRange", "values", "Cube 1, Dome 2, Cube 3");
-    for (const auto& [index, text] :
-         {std::pair{0, "Cube 1"}, {1, "Dome 2"}, {2, "Cube 3"}, {3, ""}, {-1, ""}}) {
+    settings.setParam("maxRange", 0);
+    settings.setParamAttribute("maxRange", "values", "Cube 1, Dome 2");
+    for (const auto& [index, text] : {std::pair{0, "Cube 1"}, {1, "Dome 2"}, {2, ""}, {-1, ""}}) {
         settings.setParam("maxRange", index);
-        settings.setParamAttribute("maxRange", "values", "Cube 1, Dome 2, Cube 3");
         EXPECT_EQ(selectedVolumeText(settings), text) << index;
     }
 }
@@ -121,13 +112,6 @@ TEST_F(Volume, OnlyWhatIsSeenNowIsShownAsCurrent) {
 
     model.update({}, true, now + 2s);
     EXPECT_FALSE(model.instruments()[0].isVisible()) << "the stream has gone silent";
-    EXPECT_TRUE(model.strays().empty());
-
-    model.update({frame(3000)}, true, now + 2s);
-    EXPECT_TRUE(model.instruments()[0].isVisible());
-    model.update({}, false, now + 2s);
-    EXPECT_FALSE(model.instruments()[0].isVisible()) << "stopped";
-    EXPECT_TRUE(model.strays().empty());
 }
 
 TEST_F(Volume, TrailsFadeBreakAndStayShort) {
@@ -194,25 +178,20 @@ TEST(Camera, EverythingIsInSightFromEveryDirectionAndShape) {
         }
 }
 
-TEST(Camera, FollowsTheHandAndCutsWhatIsBehindTheViewer) {
+TEST(Camera, CutsWhatIsBehindTheViewer) {
     OrbitCamera camera;
     camera.setViewport(800, 600);
     camera.lookAt({{-100, -100, -100}, {100, 100, 100}});
     const Vector3d front(0, 0, 80);
     const auto before = *camera.project(front);
-    camera.turn(0.1, 0);
+    camera.turn(0.1, 0.1);
     EXPECT_LT(camera.project(front)->x(), before.x());
-    camera.turn(-0.1, 0.1);
     EXPECT_GT(camera.project(front)->y(), before.y());
     const Vector3d behind = camera.axes().col(2) * 1e6;
     EXPECT_FALSE(camera.project(behind) || camera.projectLine(behind, behind + front));
     for (const auto& line : {camera.projectLine(Vector3d::Zero(), behind + front),
-                             camera.projectLine(behind + front, Vector3d::Zero())}) {
-        ASSERT_TRUE(line);
-        EXPECT_TRUE(line->first.allFinite() && line->second.allFinite());
-    }
-    EXPECT_FALSE(camera.project({notANumber, 0, 0}));
-    EXPECT_FALSE(camera.projectLine({notANumber, 0, 0}, {0, 0, notANumber}));
+                             camera.projectLine(behind + front, Vector3d::Zero())})
+        EXPECT_TRUE(line && line->first.allFinite() && line->second.allFinite());
     for (const double factor : {2.0, 0.0, -1.0, notANumber, 1e300, 1e-300}) {
         camera.zoom(factor);
         EXPECT_TRUE(std::isfinite(camera.distance()) && camera.distance() > 0.0) << factor;

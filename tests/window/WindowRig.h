@@ -7,11 +7,11 @@
 
 #include <morvalinlib/PluginLoader.h>
 
-#include "app/gui/MainWindow.h"
-#include "app/gui/StatusStrip.h"
 #include "simulator/Simulator.h"
 #include "tests/gui/GuiRig.h"
 #include "tests/lib/TemporaryFolder.h"
+#include "window/MainWindow.h"
+#include "window/StatusStrip.h"
 
 namespace Morvalin::App {
 

@@ -11,7 +11,6 @@ import unittest
 from with_device import com_name, ports_folder, windows_path
 
 HOST = os.environ["MORVALIN_HOST"]
-SIMULATOR = os.environ["MORVALIN_SIMULATOR"]
 NATIVE_SIMULATOR = os.environ["MORVALIN_NATIVE_SIMULATOR"]
 RUN_IN_WINE = os.environ["MORVALIN_RUN_IN_WINE"]
 SOURCES = os.environ["MORVALIN_SOURCES"]
@@ -36,9 +35,9 @@ class WindowsHost(unittest.TestCase):
         subprocess.run([sys.executable, script, "--part-number", part_number, file], check=True)
         return windows_path(file)
 
-    def start_device(self, *arguments, program=(NATIVE_SIMULATOR,)):
+    def start_device(self, *arguments):
         """Starts a simulator and gives its address."""
-        device = subprocess.Popen([*program, *arguments], stdout=subprocess.PIPE, text=True)
+        device = subprocess.Popen([NATIVE_SIMULATOR, *arguments], stdout=subprocess.PIPE, text=True)
         self.addCleanup(device.stdout.close)
         self.addCleanup(device.wait)
         self.addCleanup(device.terminate)
@@ -100,12 +99,6 @@ class WindowsHost(unittest.TestCase):
             text = file.read()
         self.assertEqual(len(re.findall("TSTART", text)), 2)
         self.assertEqual(len(re.findall("TSTOP", text)), 2)
-
-    def test_streams_from_the_simulator_for_windows(self):
-        address = self.start_device(
-            "--family", "vega", "--listen", "0", program=(RUN_IN_WINE, SIMULATOR)
-        )
-        self.stream_vega(address)
 
     def test_refuses_what_is_no_device_and_no_plugin(self):
         link = os.path.join(ports_folder(), "COM8")

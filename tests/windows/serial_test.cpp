@@ -164,30 +164,6 @@ TEST(Serial, BreakResetsTheDevice) {
     EXPECT_EQ(ask(*device, "INIT:"), "OKAY");
 }
 
-TEST(Serial, StreamsBinaryReplies) {
-    const DevicePtr device = openSerial();
-    ASSERT_NE(device, nullptr);
-    EXPECT_EQ(ask(*device, "INIT:"), "OKAY");
-    ask(*device, "PHSR:00");
-    ASSERT_GT(devicePhsrCount(device.get()), 0);
-    const int handle = devicePhsrHandle(device.get(), 0);
-    deviceCommand(device.get(), "PINIT:%02X", static_cast<unsigned>(handle));
-    ASSERT_EQ(deviceGetError(device.get()), 0);
-    deviceCommand(device.get(), "PENA:%02XD", static_cast<unsigned>(handle));
-    ASSERT_EQ(deviceGetError(device.get()), 0);
-    EXPECT_EQ(ask(*device, "TSTART:"), "OKAY");
-    std::uint32_t last = 0;
-    for (int frame = 0; frame < 4; ++frame) {
-        deviceCommand(device.get(), "BX:0801");
-        EXPECT_EQ(deviceGetError(device.get()), 0);
-        float pose[8];
-        EXPECT_EQ(deviceBxTransform(device.get(), handle, pose), 0);
-        EXPECT_GT(deviceBxFrameNumber(device.get(), handle), last);
-        last = deviceBxFrameNumber(device.get(), handle);
-    }
-    EXPECT_EQ(ask(*device, "TSTOP:"), "OKAY");
-}
-
 // The device answers APIREV with bytes that lines like to treat as their own; they are no reply.
 TEST(Serial, ControlBytesPassUnchanged) {
     const DevicePtr device = openSerial();

@@ -7,6 +7,7 @@
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <optional>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -147,29 +148,32 @@ Transfer receiveFrom(std::int64_t socket, char* buffer, int max) {
     }
 }
 
-int receiveWithin(std::int64_t socket, char* buffer, int max, int ms) {
+Transfer receiveWithin(std::int64_t socket, char* buffer, int max, int ms) {
     const int descriptor = static_cast<int>(socket);
-    if (ms > 0 && !waitUntilReady(descriptor, POLLIN, Deadline(milliseconds(ms)))) {
-        return 0;
+    if (ms > 0) {
+        return receiveUntil(descriptor, buffer, max, Deadline(milliseconds(ms)));
     }
     const ssize_t got = recv(descriptor, buffer, static_cast<std::size_t>(max), MSG_DONTWAIT);
-    return got > 0 ? static_cast<int>(got) : 0;
+    return got >= 0 ? Transfer{static_cast<int>(got)} : receiveFault(errno);
 }
 
 Transfer sendTo(std::int64_t socket, const char* bytes, int n) {
     const int descriptor = static_cast<int>(socket);
-    const Deadline deadline(kSendLimit);
+    std::optional<Deadline> deadline; // mostly the system takes all at once
     while (true) {
         const ssize_t put =
             send(descriptor, bytes, static_cast<std::size_t>(n), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (put >= 0) {
             return {static_cast<int>(put)};
         }
-        if (errno == EAGAIN && !waitUntilReady(descriptor, POLLOUT, deadline)) {
-            return {0, errno == 0 ? Transfer::Fault::none : Transfer::Fault::failed, errno};
-        }
         if (errno != EAGAIN && errno != EINTR) {
             return {0, Transfer::Fault::failed, errno};
+        }
+        if (errno == EAGAIN) {
+            deadline = deadline.value_or(Deadline(kSendLimit));
+            if (!waitUntilReady(descriptor, POLLOUT, *deadline)) {
+                return {0, errno == 0 ? Transfer::Fault::none : Transfer::Fault::failed, errno};
+            }
         }
     }
 }

@@ -15,6 +15,11 @@ void sleepMs(int ms) {
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
+std::int64_t nowMs() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
 bool waitUntilReady(int descriptor, short events, const Deadline& deadline) {
     while (true) {
         pollfd waiting = {descriptor, events, 0};

@@ -56,10 +56,11 @@ int waitForRoom(SOCKET socket) {
     return select(0, nullptr, &writable, nullptr, &limit);
 }
 
-void waitForBytes(SOCKET socket, int ms) {
+// The same for bytes to read.
+int waitForBytes(SOCKET socket, int ms) {
     fd_set readable = setOf(socket);
     timeval limit = {ms / 1000, ms % 1000 * 1000};
-    select(0, &readable, nullptr, nullptr, &limit);
+    return select(0, &readable, nullptr, nullptr, &limit);
 }
 
 } // namespace
@@ -122,16 +123,12 @@ Transfer receiveFrom(std::int64_t socket, char* buffer, int max) {
     return got >= 0 ? Transfer{got} : receiveFault(WSAGetLastError());
 }
 
-int receiveWithin(std::int64_t socket, char* buffer, int max, int ms) {
-    if (ms > 0) {
-        waitForBytes(socketOf(socket), ms);
+Transfer receiveWithin(std::int64_t socket, char* buffer, int max, int ms) {
+    const int ready = waitForBytes(socketOf(socket), ms);
+    if (ready <= 0) {
+        return receiveFault(ready == 0 ? WSAETIMEDOUT : WSAGetLastError());
     }
-    u_long waiting = 0;
-    if (ioctlsocket(socketOf(socket), FIONREAD, &waiting) != 0 || waiting == 0) {
-        return 0;
-    }
-    const int wanted = static_cast<int>(std::min(waiting, static_cast<u_long>(max)));
-    return std::max(0, recv(socketOf(socket), buffer, wanted, 0));
+    return receiveFrom(socket, buffer, max);
 }
 
 // Without the wait, a peer that reads nothing would keep the caller for ever.

@@ -25,6 +25,11 @@ void sleepMs(int ms) {
     }
 }
 
+std::int64_t nowMs() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
 // No signals reach a thread here.
 SignalBlock::SignalBlock() = default;
 SignalBlock::~SignalBlock() = default;

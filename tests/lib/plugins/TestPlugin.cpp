@@ -7,6 +7,7 @@
 
 #include <boost/config.hpp>
 
+#include <morvalinlib/CreateStreamIoAlgorithm.h>
 #include <morvalinlib/MorvalinLibPlugin.h>
 
 namespace {
@@ -20,9 +21,34 @@ void trace(const std::string& line) {
         std::ofstream(path, std::ios::app) << TEST_PLUGIN_ID " " + line + "\n";
 }
 
+/// An algorithm that makes no stream.
+struct Report : Algorithm {
+    void compute() override {}
+};
+
+/// A stream that opens but does not start.
+struct Stubborn : Stream {
+    Stubborn() : Stream("Stubborn") {}
+    ~Stubborn() override { closeForGood(); }
+    std::string uuid() const override { return "Stubborn"; }
+    bool openImpl() override { return true; }
+    bool closeImpl() override { return true; }
+    bool startImpl() override { return false; }
+    bool stopImpl() override { return true; }
+    std::optional<WorkContinuation> doWork() override { return std::nullopt; }
+};
+
 struct TracingFactory : AlgorithmFactory {
     TracingFactory() : AlgorithmFactory(TEST_PLUGIN_ID, behaviour != "hidden") {
         registerAlgorithm("Tests;Nothing", "Nothing", {}, {});
+        add<Report>("Report");
+        add<CreateStreamIoAlgorithm<Stubborn>>("Stubborn");
+    }
+    template <class Made>
+    void add(const std::string& name) {
+        registerAlgorithm(
+            "Tests", name, [](const DataList&) { return true; },
+            [](const Entry&, const DataList&) { return std::make_unique<Made>(); });
     }
     ~TracingFactory() override { trace("factory destroyed"); }
 };

@@ -1,22 +1,22 @@
 #include "protocol/device.h"
 #include "tests/protocol/CountedMemory.h"
 #include "tests/protocol/RecordPtr.h"
-#include "tests/protocol/ScriptedPeer.h"
-#include "tests/protocol/Wire.h"
+#include "tests/protocol/posix/Terminal.h"
 
 #include <gtest/gtest.h>
 
 // Every allocation fails once; what was begun is undone, and the next attempt works.
 TEST(Memory, MayRunOutAnywhere) {
-    using Kind = ScriptedPeer::Kind;
-    for (const Kind kind : {Kind::tcp, Kind::pty}) {
-        ScriptedPeer peer(kind, [](const std::string&) { return wire::text("OKAY"); });
+    for (const bool isSerial : {false, true}) {
+        ndisim::Simulator simulator(isSerial ? atTerminal() : ndisim::SimulatorOptions());
+        simulator.start();
+        const std::string address = simulator.address();
         RecordPtr device;
         int failures = 0;
         for (; !device && failures < 100; ++failures) {
             const Shortage shortage(failures);
-            device.reset(kind == Kind::tcp ? deviceOpenNetwork("127.0.0.1", peer.port())
-                                           : deviceOpenSerial(peer.path()));
+            device.reset(isSerial ? deviceOpenSerial(address.c_str())
+                                  : deviceOpenNetwork("127.0.0.1", simulator.port()));
         }
         ASSERT_TRUE(device);
         EXPECT_GT(failures, 4);
@@ -25,7 +25,7 @@ TEST(Memory, MayRunOutAnywhere) {
             deviceSetThreadMode(device.get(), true);
         }
         EXPECT_GT(failures, 6);
-        EXPECT_STREQ(deviceCommand(device.get(), "BEEP:1"), "OKAY");
+        EXPECT_STREQ(deviceCommand(device.get(), "BEEP:1"), "1");
         const std::size_t whole = deviceDumpState(device.get(), nullptr, 0);
         std::vector<char> text(2 * whole, 'x');
         std::size_t length = 0;

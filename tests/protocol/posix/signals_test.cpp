@@ -17,21 +17,18 @@ using Signals = Connection;
 TEST_F(Signals, NeitherBreakNorProlongACommand) {
     const SignalStorm storm;
     connect();
-    peer.setScript([](const std::string& command) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // some signals' time
-        return track(command);
-    });
+    simulator.addFault("late=2@BEEP"); // some signals' time
     for (int i = 0; i < 50; ++i) {
-        EXPECT_EQ(errorOf("BX:0001"), 0) << i;
+        EXPECT_EQ(errorOf("BEEP:1"), 0) << i;
     }
-    peer.alwaysAnswer({});
+    simulator.addFault("no-answer@VER");
     deviceSetNetworkTimeout(device.get(), 200); // much longer than the pauses between signals
-    EXPECT_EQ(errorOf("BX:0001"), 0x400);
+    EXPECT_EQ(errorOf("VER:0"), 0x400);
 }
 
 TEST_F(Signals, NoneComesFromAPeerThatHasGone) {
     EXPECT_EQ(errorOf("INIT:"), 0);
-    peer.unplug();
+    simulator.stop();
     for (int i = 0; i < 5; ++i) {
         EXPECT_THAT(errorOf("TSTART:"), testing::AnyOf(0x400, 0x500, 0x600));
     }
@@ -39,22 +36,19 @@ TEST_F(Signals, NoneComesFromAPeerThatHasGone) {
 }
 
 TEST_F(Signals, AreLeftToTheProgramByTheReader) {
-    connect();
     static std::atomic<bool> isTaken;
     isTaken = false;
     signal(SIGINT, [](int) { isTaken = true; });
     deviceSetThreadMode(device.get(), true);
-    EXPECT_EQ(errorOf("TSTART:"), 0);
-    EXPECT_EQ(errorOf("TX:0001"), 0);
+    expectGood(kStartTracking);
+    expectGood({"TX:0001"});
     // With the main thread deaf, only the reader could take it.
     sigset_t interrupt;
     sigemptyset(&interrupt);
     sigaddset(&interrupt, SIGINT);
     pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);
     kill(getpid(), SIGINT);
-    for (int i = 0; i < 20; ++i) {
-        EXPECT_EQ(errorOf("TX:0001"), 0);
-    }
+    expectGood(std::vector<std::string>(20, "TX:0001"));
     EXPECT_FALSE(isTaken);
     pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);
     EXPECT_TRUE(isTaken);

@@ -1,9 +1,0 @@
-#include <morvalinlib/StreamIoAlgorithm.h>
-
-namespace Morvalin {
-
-StreamAlgorithmBase::~StreamAlgorithmBase() = default;
-
-StreamIoAlgorithm::~StreamIoAlgorithm() = default;
-
-} // namespace Morvalin

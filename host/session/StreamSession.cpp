@@ -1,0 +1,123 @@
+#include "session/StreamSession.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include <boost/algorithm/string/join.hpp>
+
+#include "session/Refusal.h"
+#include "session/SavedSettings.h"
+#include "session/Suggestion.h"
+
+namespace Morvalin::App {
+
+namespace {
+
+[[noreturn]] void refuseUnmade(const PluginLoader& plugins, const std::string& id) {
+    std::vector<std::string> known;
+    for (const AlgorithmFactory::Descriptor& descriptor : plugins.algorithms())
+        known.push_back(descriptor.id);
+    if (std::find(known.begin(), known.end(), id) != known.end())
+        throw Refusal(StreamFailed, id + ": the algorithm could not be created");
+    const std::string hint = suggestion(id, known);
+    throw Refusal(
+        WrongUsage,
+        "unknown algorithm \"" + id + "\"" +
+            (hint.empty() ? "; there are: " + boost::algorithm::join(known, ", ") : hint));
+}
+
+Stream* createStream(StreamIoAlgorithm& algorithm, const std::string& id) {
+    const std::string fault = id + ": the stream could not be created";
+    try {
+        algorithm.compute();
+    } catch (const std::exception& exception) {
+        throw Refusal(StreamFailed, fault + ": " + exception.what());
+    }
+    if (algorithm.stream() == nullptr)
+        throw Refusal(StreamFailed, fault);
+    return algorithm.stream();
+}
+
+} // namespace
+
+StreamSession::StreamSession(const PluginLoader& plugins, Properties& block) :
+    saved(block), made(plugins.instantiate(block.name())) {
+    const std::string& id = block.name();
+    if (!made)
+        refuseUnmade(plugins, id);
+    auto* const streamAlgorithm = dynamic_cast<StreamIoAlgorithm*>(made.get());
+    if (streamAlgorithm == nullptr)
+        throw Refusal(WrongUsage, "the algorithm \"" + id + "\" makes no stream");
+    openedStream = createStream(*streamAlgorithm, id);
+    uniqueName = openedStream->name();
+    follow();
+}
+
+void StreamSession::follow() {
+    connections.add(openedStream->stateChanged.connect(
+        [kept = watch, observed = openedStream](const Stream::StateChange& change) {
+            kept->activity.record(change, StreamStatus::Clock::now());
+            // On the thread that opens, so this only queues the start behind it.
+            if (change.to == Stream::Open && kept->startsWhenOpen.exchange(false))
+                observed->start();
+            if (change.to == Stream::Closed)
+                kept->startsWhenOpen = false;
+        }));
+}
+
+void StreamSession::configure(const SessionOptions& options) {
+    Properties settings = saved;
+    applyOptions(options, label(), configuration(), settings);
+    made->configure(&settings);
+}
+
+Properties StreamSession::configuration() const {
+    Properties current;
+    made->configuration(&current);
+    return current;
+}
+
+void StreamSession::keep(const Properties& current) {
+    updateBlock(saved, current);
+}
+
+Diagnosable* StreamSession::diagnosable() const {
+    return dynamic_cast<Diagnosable*>(openedStream);
+}
+
+void StreamSession::connect(FrameReceiver frameReceiver) {
+    receiver = std::move(frameReceiver);
+    connections.add(openedStream->output.connect(
+        [this](const std::shared_ptr<const Data>& data) { onOutput(data.get()); }));
+}
+
+void StreamSession::onOutput(const Data* data) {
+    const auto* const frame = dynamic_cast<const TrackingStreamData*>(data);
+    if (frame != nullptr && isWanted)
+        isWanted = receiver(uniqueName, frameCount++, *frame);
+}
+
+StreamSession::Outcome StreamSession::bringUp(const std::atomic<bool>& cancelled) const {
+    if (cancelled)
+        return Outcome::Cancelled;
+    if (!openedStream->open())
+        return cancelled ? Outcome::Cancelled : Outcome::NotOpened;
+    if (cancelled)
+        return Outcome::Cancelled;
+    if (!openedStream->start())
+        return cancelled ? Outcome::Cancelled : Outcome::NotStarted;
+    return Outcome::Running;
+}
+
+void StreamSession::bringUpLater(bool starts) {
+    watch->startsWhenOpen = starts;
+    openedStream->openAsync();
+}
+
+std::future<bool> StreamSession::closeLater() {
+    watch->startsWhenOpen = false;
+    return openedStream->closeAsync();
+}
+
+} // namespace Morvalin::App
