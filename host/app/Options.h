@@ -19,6 +19,7 @@ struct Options : SessionOptions {
     std::string dumpFile;  ///< empty: do not write the device's state
     std::string traceFile; ///< empty: do not write the traffic
     int logLevel = 2;
+    bool logTime = false; ///< in front of each line of the log
 };
 
 struct HelpText {

@@ -42,15 +42,16 @@ std::vector<std::string> defaultPlugins() {
 
 int execute(Options options) {
     Log::setLevel(options.logLevel);
+    LogLines log([withTime = options.logTime](const LogLine& line) { printLogLine(line, withTime); });
     if (options.plugins.empty())
         options.plugins = defaultPlugins();
     switch (options.command) {
     case Command::List:
         return listAlgorithms(options);
     case Command::Stream:
-        return streamAlgorithm(options);
+        return streamAlgorithm(options, log);
     case Command::Run:
-        return runWorkspace(options);
+        return runWorkspace(options, log);
     case Command::Window:
         return runWindow(options);
     }
