@@ -7,6 +7,7 @@ namespace Morvalin::App {
 void LogThrottle::tell(Repetition& repetition, Lines& lines) {
     if (repetition.count > passing) {
         LogLine told = repetition.last;
+        told.time = std::chrono::system_clock::now();
         told.text = "… and " + std::to_string(repetition.count - passing) +
                     " more like this in the last second";
         lines.push_back(std::move(told));
