@@ -24,7 +24,7 @@ Ctrl-C stops and closes the streams before the program ends.
 
 Exit status:
   0  done, also after Ctrl-C
-  1  a stream did not open or start, a block of the workspace was not understood, or frames, the
+  1  a stream did not open or start, a block of the workspace could not be used, or frames, the
      workspace, the trace or the dump could not be written; everything else was still done
   2  wrong usage: an unknown option or algorithm, a --set that does not fit its property
   3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
@@ -205,7 +205,7 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     const std::vector<std::string> leftover = app.remaining(true);
     const auto chosen = app.get_subcommands();
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
-        refuse("a command is missing: list, stream, run or gui; --help tells more");
+        refuse("a command is missing: list, stream, run, gui or describe; --help tells more");
     if (chosen.empty())
         refuse("unknown command \"" + leftover.front() + "\"" +
                suggestion(leftover.front(), commandNames(app)));
@@ -240,6 +240,10 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
         addCommand(app, Command::Window, "gui", "Show a window to use streams in", options);
     addSettingOptions(*window, options);
     addSubject(*window, "WORKSPACE", "a workspace file to begin with", false, options);
+    CLI::App* const describe = addCommand(app, Command::Describe, "describe",
+                                          "Print the settings of one algorithm's stream", options);
+    addSubject(*describe, "ALGORITHM-ID", "what to describe, as \"list\" prints it", true, options);
+    describe->add_flag("--json", options.json, "print one JSON array of objects");
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {

@@ -110,7 +110,7 @@ int runWorkspace(const Options& options, LogLines&) {
         throw Refusal(FileRefused, "workspace " + error);
     const std::vector<std::string> problems = workspace.createAll(options);
     for (const std::string& problem : problems)
-        printError("workspace block left out: " + problem);
+        printError(problem);
     if (workspace.sessions().empty())
         logText(Log::Warning, "Host", options.subject, " holds nothing that can be streamed");
     return streamAll(workspace, reports, options) && problems.empty() ? Done : StreamFailed;

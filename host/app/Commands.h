@@ -11,6 +11,9 @@ namespace Morvalin::App {
 /// Prints the algorithms of the plug-ins.
 int listAlgorithms(const Options& options);
 
+/// Prints the settings of one algorithm's stream.
+int describeAlgorithm(const Options& options);
+
 /// Creates one algorithm and prints the frames of its stream.
 int streamAlgorithm(const Options& options, LogLines& log);
 

@@ -8,7 +8,7 @@
 
 namespace Morvalin::App {
 
-enum class Command { List, Stream, Run, Window };
+enum class Command { List, Stream, Run, Window, Describe };
 
 /// The command line, checked as far as it can be without looking at files.
 struct Options : SessionOptions {

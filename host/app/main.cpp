@@ -54,6 +54,8 @@ int execute(Options options) {
         return runWorkspace(options, log);
     case Command::Window:
         return runWindow(options);
+    case Command::Describe:
+        return describeAlgorithm(options);
     }
     return WrongUsage;
 }
