@@ -26,7 +26,8 @@ Exit status:
   0  done, also after Ctrl-C
   1  a stream did not open or start, a block of the workspace could not be used, or frames, the
      workspace, the trace or the dump could not be written; everything else was still done
-  2  wrong usage: an unknown option or algorithm, a --set that does not fit its property
+  2  wrong usage: an unknown option or algorithm, a --set that does not fit its property, a file
+     that would be written over another one that is named
   3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
      nothing was opened
 

@@ -1,11 +1,13 @@
 #include "app/Commands.h"
 
+#include <optional>
 #include <string>
 
 #include <morvalincore/LogText.h>
 
 #include "app/Console.h"
 #include "app/DeviceReports.h"
+#include "app/OutputFiles.h"
 #include "app/platform/StandardStreams.h"
 #include "outputs/TextOutput.h"
 #include "session/Refusal.h"
@@ -92,6 +94,7 @@ int listAlgorithms(const Options& options) {
 }
 
 int streamAlgorithm(const Options& options, LogLines&) {
+    checkOutputFiles(options);
     PluginLoader plugins;
     prepare(plugins, options);
     Reports reports(options);
@@ -103,17 +106,19 @@ int streamAlgorithm(const Options& options, LogLines&) {
 int runWorkspace(const Options& options, LogLines&) {
     PluginLoader plugins;
     prepare(plugins, options);
-    Reports reports(options);
+    std::optional<Reports> reports;
     WorkspaceSessions workspace(plugins);
     std::string error;
     if (!workspace.load(options.subject, error))
         throw Refusal(FileRefused, "workspace " + error);
+    checkOutputFiles(options, workspace.toolFiles());
+    reports.emplace(options);
     const std::vector<std::string> problems = workspace.createAll(options);
     for (const std::string& problem : problems)
         printError(problem);
     if (workspace.sessions().empty())
         logText(Log::Warning, "Host", options.subject, " holds nothing that can be streamed");
-    return streamAll(workspace, reports, options) && problems.empty() ? Done : StreamFailed;
+    return streamAll(workspace, *reports, options) && problems.empty() ? Done : StreamFailed;
 }
 
 } // namespace Morvalin::App

@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include <morvalincore/FilePath.h>
 #include <morvalinlib/Workspace.h>
 
 #include "session/BlockChecks.h"
@@ -75,6 +76,15 @@ WorkspaceSessions::createChecked(Properties& block, std::vector<std::string>& pr
         return session;
     problems.push_back(place(file, misfit->line) + leftOut + misfit->fault);
     return nullptr;
+}
+
+std::vector<std::string> WorkspaceSessions::toolFiles() const {
+    std::vector<std::string> files;
+    Properties resolved = *root.subProperties(Workspace::algorithmsName);
+    for (Properties& block : resolved.children())
+        for (const NamedTool& tool : resolveTools(block, folderOf(file)))
+            files.push_back(toText(tool.path));
+    return files;
 }
 
 StreamSession& WorkspaceSessions::add(const std::string& algorithmId,

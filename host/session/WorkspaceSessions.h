@@ -35,6 +35,8 @@ public:
     /// Adds a block with its session. Throws Refusal, with nothing added.
     StreamSession& add(const std::string& algorithmId, const SessionOptions& options);
     const Sessions& sessions() const { return created; }
+    /// The tool definition files that the blocks name, as whole paths.
+    std::vector<std::string> toolFiles() const;
 
     /// Destroys a session; its block stays.
     void end(const StreamSession& session);

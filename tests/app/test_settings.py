@@ -3,9 +3,10 @@
 import json
 import os
 import re
+import shutil
 import socket
 
-from hosttest import ALGORITHMS, AURORA, ROOT, VEGA, VICRA, HostTest
+from hosttest import ALGORITHMS, AURORA, PLUGIN, ROOT, VEGA, VICRA, HostTest
 
 
 def setting(key, value):
@@ -127,6 +128,35 @@ class Settings(HostTest):
                 self.assertEqual(ids, ["610059", "610060"])
                 paths = re.findall('name="Path" value="([^"]*)"', self.read(target))
                 self.assertEqual(paths, expected + foreign)
+
+    def test_no_file_is_written_over_another(self):
+        tool, device = self.tool("610059"), self.simulate()
+        w = self.lines("w.xml", (VEGA, self.reach() + tools(tool)))
+        plugin = shutil.copy(PLUGIN, self.path("p.so"))
+        os.link(tool, self.path("same.rom"))
+        os.symlink("w.xml", self.path("same.xml"))
+        stream = ["stream", VEGA, *device, "--tool", tool]
+        cases = [
+            [*stream, "--save", "new", "--trace", "new"],
+            [*stream, "--dump", "new", "--trace", "./" + os.path.basename(self.folder) + "/../new"],
+            [*stream, "--trace", "610059.rom"],
+            [*stream, "--save", "same.rom"],
+            ["run", w, "--trace", "same.xml"],
+            ["run", w, "--trace", "same.rom"],
+            ["run", w, "--save", plugin],
+        ]
+        os.mkdir(self.path(os.path.basename(self.folder)))
+        before = {name: os.stat(self.path(name)).st_size for name in os.listdir(self.folder)}
+        for arguments in cases:
+            with self.subTest(arguments=arguments):
+                status, out, err = self.run_host(*arguments, plugin=plugin)
+                self.assertEqual((status, out), (2, ""), err)
+                self.assert_one_line(err, "would be written over", arguments[-2])
+        after = {name: os.stat(self.path(name)).st_size for name in os.listdir(self.folder)}
+        self.assertEqual(after, before)
+        twice = ["--trace", "/dev/null", "--dump", "/dev/null"]
+        self.frames(*stream, "--frames", "1", *twice)
+        self.frames("run", w, "--frames", "1", "--save", "same.xml")
 
 
 class Description(HostTest):
