@@ -9,7 +9,7 @@ class Session(HostTest):
     def test_seconds_and_signals_end_a_run(self):
         for number in (None, signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(signal=number):
-                limit = ["--seconds", "0.05"] if number is None else []
+                limit = ["--seconds", "0.3"] if number is None else []
                 process = self.start_traced(*self.simulate(), *limit)
                 if number is not None:
                     self.wait_for_command("TSTART")
