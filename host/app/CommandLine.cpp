@@ -20,7 +20,7 @@ constexpr const char* description =
 constexpr const char* footer = R"(
 Log lines go to standard error as "[LEVEL] CATEGORY: text", with several streams as
 "[LEVEL] CATEGORY (STREAM): text", frames to standard output.
-Ctrl-C stops and closes the streams before the program ends.
+Ctrl-C stops and closes the streams before the program ends; pressed again, it ends at once.
 
 Exit status:
   0  done, also after Ctrl-C
@@ -31,6 +31,7 @@ Exit status:
   3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
      nothing was opened
   4  ended by --stall
+  130  ended at once by a second Ctrl-C, without closing the streams
 
 Examples:
   morvalin-host list

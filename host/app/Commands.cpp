@@ -10,6 +10,7 @@
 #include "app/platform/StandardStreams.h"
 #include "outputs/TextOutput.h"
 #include "session/Refusal.h"
+#include "session/StopNotice.h"
 #include "session/WorkspaceSessions.h"
 
 namespace Morvalin::App {
@@ -39,6 +40,9 @@ public:
                 [this](const auto&... event) { frames.note(event...); }, [this] { output.hurry(); },
                 printError};
     }
+
+    /// Before the process ends: no line is cut in the middle if its reader is there.
+    void stopForGood() { frames.stopForGood(std::chrono::milliseconds(100)); }
 
     /// True when every frame was written that somebody read. Once the streams are closed.
     bool succeeded() const {
@@ -83,11 +87,10 @@ ExitStatus streamAll(WorkspaceSessions& workspace, Reports& reports, const Optio
     FramePrinter printer(options);
     SessionRunner runner(workspace.sessions(), options.plan, printer.receiver());
     const LogFeed feed(log, runner);
-    const StopRequest stop([&runner] {
-        logText(Log::Information, "Host", "Asked to end, closing the streams");
-        runner.requestEnd();
-    });
+    const StopRequest stop([&] { runner.requestEnd(); }, [&] { printer.stopForGood(); });
     runner.run();
+    if (runner.wasAskedToEnd())
+        logText(Log::Information, "Host", stopNotice(workspace.sessions()));
     if (!options.saveFile.empty() || !options.dumpFile.empty())
         runner.waitForBringUp();
     bool isGood = options.saveFile.empty() || save(workspace, options.saveFile);

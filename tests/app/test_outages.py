@@ -5,7 +5,7 @@ import os
 import signal
 import time
 
-from hosttest import ALGORITHMS, PATIENCE, VEGA, HostTest
+from hosttest import ALGORITHMS, PATIENCE, VEGA, VICRA, HostTest
 
 
 class Outages(HostTest):
@@ -143,3 +143,46 @@ class Outages(HostTest):
         self.assertEqual([tool["id"], tool["name"], tool["active"]], ["610060", "610060.rom", False])
         self.assertEqual(err.count("[3] Host: NDI Polaris Tracking Stream: tool 610060 (610060"), 1)
         self.assertIn("disabled by the device", err)
+
+
+class Endings(HostTest):
+    def test_a_request_says_what_it_waits_for_and_a_second_one_ends_at_once(self):
+        cases = [
+            ("vega", VEGA, "half-open@INIT", r"\(opening, 127.0.0.1:\d+\), up to 2\d s"),
+            ("vicra", VICRA, "half-open@INIT#2", r"\(opening, COM3\), up to 100 s"),
+            ("vicra", VICRA, "half-open@BX#5-", r"\(tracking, COM3\), up to 15 s"),
+        ]
+        for family, algorithm, fault, words in cases:
+            with self.subTest(fault=fault, family=family):
+                reach = self.simulate(family, "--fault", fault)
+                process = self.start("stream", algorithm, *reach, "--json", "--trace", self.traffic)
+                self.wait_for_command("BX" if "BX" in fault else "INIT", 5 if "BX" in fault else 1)
+                for _ in "12":  # together, as from programs that signal a process and its group
+                    process.send_signal(signal.SIGINT)
+                line = next(line for line in process.stderr if b"stopping" in line).decode()
+                self.assertRegex(line, words)
+                self.assertIn("press Ctrl-C again", line)
+                process.send_signal(signal.SIGTERM)
+                status, out, err = self.finish(process)
+                self.assertEqual(status, 130)
+                self.assertIn("morvalin-host: ended at once", err)
+                self.assertTrue(all(json.loads(text) for text in out.splitlines()))
+                os.remove(self.traffic)
+                self.simulators[-1].terminate()
+                self.simulators[-1].wait()
+
+    def test_a_second_request_does_not_wait_for_readers(self):
+        """Both pipes are full: nobody reads frames, nor the log."""
+        reach = self.simulate("vega", "--strays", "100", "--fault", "half-open@BX#300-")
+        process = self.start("stream", VEGA, *reach, "--json", "--log-level", "1")
+        time.sleep(2)
+        process.send_signal(signal.SIGINT)
+        time.sleep(0.2)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(timeout=PATIENCE), 130)
+
+    def test_opening_says_what_it_waits_for(self):
+        reach = self.simulate("vicra", "--fault", "half-open@INIT")
+        process = self.start("stream", VICRA, *reach)
+        wanted = b"[2] Host: opening NDI Polaris Tracking Stream: 5 s, waiting for COM3\n"
+        self.assertTrue(any(line == wanted for line in process.stderr))
