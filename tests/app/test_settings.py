@@ -91,10 +91,10 @@ class Settings(HostTest):
         good = self.tool("610059")
         older = setting("systemType", 1) + setting("measurementRate", 5) + setting("open", "false")
         other = f'<block name="Theatre">{setting("hardwarDevice", "x")}</block>'
-        nothing = tools("", ":/tools/dummy_tool.rom")
+        nothing = tools(":/tools/dummy_tool.rom", "")
         mistyped = setting("hardwarDevice", "1.2.3.4") + tools(good, extra=setting("Prt", 1))
         file = self.lines("w.xml", (VEGA, self.reach() + older + nothing), (VEGA, self.reach() + mistyped + other))
-        _, err = self.frames("run", file, "--seconds", "0.1")
+        _, err = self.frames("run", file, "--frames", "1")
         warnings = [line for line in err.splitlines() if "] Host: " in line]
         self.assertEqual(len(warnings), 2, err)
         for line, (key, meant) in zip(warnings, (("hardwarDevice", "hardwareDevice"), ("Prt", "Port"))):
