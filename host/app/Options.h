@@ -8,7 +8,7 @@
 
 namespace Morvalin::App {
 
-enum class Command { List, Stream, Run, Window };
+enum class Command { List, Ports, Stream, Run, Window, Version };
 
 /// The command line, checked as far as it can be without looking at files.
 struct Options : SessionOptions {
@@ -18,6 +18,7 @@ struct Options : SessionOptions {
     bool json = false;
     std::string dumpFile;  ///< empty: do not write the device's state
     std::string traceFile; ///< empty: do not write the traffic
+    bool probe = false;    ///< ask the devices at serial ports, too
     int logLevel = 2;
 };
 
