@@ -1,10 +1,10 @@
 #include "simulator/CommandLine.h"
+#include "simulator/EndSignals.h"
 #include "simulator/Simulator.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
-#include <csignal>
 #include <iostream>
 #include <string>
 
@@ -13,9 +13,6 @@ namespace {
 constexpr int traceFailed = 1;
 constexpr int wrongUsage = 2;
 constexpr int cannotStart = 3;
-
-constexpr int hangUp = 1; // SIGHUP; not every system has it
-
 int fail(const std::string& text, int status) {
     std::cerr << "ndi-simulator: " << text << std::endl;
     return status;
@@ -24,9 +21,10 @@ int fail(const std::string& text, int status) {
 // The signals are caught before the line is opened, so that its link never stays behind.
 int serve(const ndisim::SimulatorOptions& options) {
     boost::asio::io_context context;
-    boost::asio::signal_set signals(context, SIGINT, SIGTERM);
-    boost::system::error_code unknown;
-    signals.add(hangUp, unknown);
+    boost::asio::signal_set signals(context);
+    for (const int signal : ndisim::endSignals()) {
+        signals.add(signal);
+    }
     signals.async_wait([](auto, int) {});
     ndisim::Simulator simulator(options);
     simulator.start();
