@@ -13,6 +13,7 @@ namespace {
 constexpr int traceFailed = 1;
 constexpr int wrongUsage = 2;
 constexpr int cannotStart = 3;
+
 int fail(const std::string& text, int status) {
     std::cerr << "ndi-simulator: " << text << std::endl;
     return status;

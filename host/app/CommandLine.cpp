@@ -18,7 +18,8 @@ constexpr const char* description =
     "Loads plug-ins and streams poses from the tracking systems they know.";
 
 constexpr const char* footer = R"(
-Log lines go to standard error as "[LEVEL] CATEGORY: text", frames to standard output.
+Log lines go to standard error as "[LEVEL] CATEGORY: text", with several streams as
+"[LEVEL] CATEGORY (STREAM): text", frames to standard output.
 Ctrl-C stops and closes the streams before the program ends.
 
 Exit status:
@@ -132,6 +133,8 @@ void addHostOptions(CLI::App& command, Options& options) {
     addSingle(command, "--log-level", options.logLevel, "L",
               "1 detail, 2 information (default), 3 warning, 4 error")
         ->check(CLI::Range(1, 4).description(""));
+    command.add_flag("--log-time", options.logTime,
+                     "put the UTC time in front of each line of the log");
     command.footer(footer);
 }
 

@@ -91,7 +91,7 @@ int listAlgorithms(const Options& options) {
     return Done;
 }
 
-int streamAlgorithm(const Options& options) {
+int streamAlgorithm(const Options& options, LogLines&) {
     PluginLoader plugins;
     prepare(plugins, options);
     Reports reports(options);
@@ -100,7 +100,7 @@ int streamAlgorithm(const Options& options) {
     return streamAll(workspace, reports, options) ? Done : StreamFailed;
 }
 
-int runWorkspace(const Options& options) {
+int runWorkspace(const Options& options, LogLines&) {
     PluginLoader plugins;
     prepare(plugins, options);
     Reports reports(options);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/Options.h"
+#include "session/LogLines.h"
 
 namespace Morvalin::App {
 
@@ -17,10 +18,10 @@ int listPorts(const Options& options);
 int printVersion();
 
 /// Creates one algorithm and prints the frames of its stream.
-int streamAlgorithm(const Options& options);
+int streamAlgorithm(const Options& options, LogLines& log);
 
 /// Does so for every algorithm of a workspace.
-int runWorkspace(const Options& options);
+int runWorkspace(const Options& options, LogLines& log);
 
 /// Shows the window, with a workspace if one is named, until it is closed.
 int runWindow(const Options& options);

@@ -1,5 +1,6 @@
 #include "app/Console.h"
 
+#include <chrono>
 #include <cstdio>
 #include <utility>
 
@@ -8,15 +9,44 @@
 #include <morvalincore/ControlCharacters.h>
 
 #include "app/platform/StandardStreams.h"
+#include "session/LogLines.h"
 #include "session/Refusal.h"
 
 namespace Morvalin::App {
 
-void printError(const std::string& line) {
-    std::string text = "morvalin-host: " + line;
+namespace {
+
+void writeLine(std::string& text) {
     replaceControlCharacters(text, ' ');
     text += '\n';
     std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+/// Such as "2026-03-14T15:09:26.535Z ".
+std::string timeText(std::chrono::system_clock::time_point time) {
+    const auto day = std::chrono::floor<std::chrono::days>(time);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::milliseconds>(time - day));
+    char text[64];
+    std::snprintf(
+        text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ ", static_cast<int>(date.year()),
+        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+        static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+        static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
+    return text;
+}
+
+} // namespace
+
+void printError(const std::string& line) {
+    std::string text = "morvalin-host: " + line;
+    writeLine(text);
+}
+
+void printLogLine(const LogLine& line, bool withTime) {
+    std::string text = (withTime ? timeText(line.time) : std::string()) + "[" +
+                       std::to_string(line.level) + "] " + categoryText(line) + ": " + line.text;
+    writeLine(text);
 }
 
 void print(const std::string& text, const std::string& what) {

@@ -20,6 +20,7 @@ struct Options : SessionOptions {
     std::string traceFile; ///< empty: do not write the traffic
     bool probe = false;    ///< ask the devices at serial ports, too
     int logLevel = 2;
+    bool logTime = false; ///< in front of each line of the log
 };
 
 struct HelpText {

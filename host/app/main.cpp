@@ -15,6 +15,8 @@ namespace {
 
 int execute(Options options) {
     Log::setLevel(options.logLevel);
+    LogLines log(
+        [withTime = options.logTime](const LogLine& line) { printLogLine(line, withTime); });
     if (options.plugins.empty() && options.command != Command::Version)
         options.plugins = defaultPlugins();
     switch (options.command) {
@@ -23,9 +25,9 @@ int execute(Options options) {
     case Command::Ports:
         return listPorts(options);
     case Command::Stream:
-        return streamAlgorithm(options);
+        return streamAlgorithm(options, log);
     case Command::Run:
-        return runWorkspace(options);
+        return runWorkspace(options, log);
     case Command::Window:
         return runWindow(options);
     case Command::Version:

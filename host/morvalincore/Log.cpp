@@ -23,6 +23,7 @@ State& state() {
 }
 
 thread_local bool isInsideSink = false;
+thread_local const std::string* sourceName = nullptr;
 
 void passToSink(int level, const std::string& category, const std::string& text) {
     const std::lock_guard lock(state().mutex);
@@ -59,6 +60,18 @@ void Log::print(int level, const std::string& category, const std::string& text)
     } catch (...) {
         // Without memory there is nothing to print with.
     }
+}
+
+Log::Source::Source(const std::string& streamName) noexcept :
+    former(std::exchange(sourceName, &streamName)) {}
+
+Log::Source::~Source() {
+    sourceName = former;
+}
+
+const std::string& Log::source() noexcept {
+    static const std::string none;
+    return sourceName == nullptr ? none : *sourceName;
 }
 
 int Log::level() noexcept {

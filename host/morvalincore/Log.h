@@ -31,6 +31,23 @@ public:
     /// For sinks that take messages elsewhere as well.
     static void print(int level, const std::string& category, const std::string& text) noexcept;
 
+    /// Names the stream for which the calling thread works, until it is destroyed. They nest.
+    class MORVALINCORE_EXPORT Source {
+    public:
+        /// `streamName` must outlive the object and not change meanwhile.
+        explicit Source(const std::string& streamName) noexcept;
+        ~Source();
+        Source(const Source&) = delete;
+        Source& operator=(const Source&) = delete;
+
+    private:
+        const std::string* const former;
+    };
+
+    /// The stream for which the calling thread works, empty when it works for none. For sinks:
+    /// whose message it is that they take. The text stays as long as the Source that names it.
+    static const std::string& source() noexcept;
+
     /// The lowest level that is passed on; Information at program start.
     static int level() noexcept;
     static void setLevel(int level) noexcept;

@@ -1,9 +1,8 @@
 #include <morvalincore/Signal.h>
 
 #include <exception>
-#include <string>
 
-#include <morvalincore/Log.h>
+#include <morvalincore/LogText.h>
 
 namespace Morvalin {
 
@@ -11,9 +10,9 @@ void logFailedReceiver() noexcept {
     try {
         throw;
     } catch (const std::exception& error) {
-        Log::log(Log::Error, "Signal", std::string("A receiver has failed: ") + error.what());
+        logText(Log::Error, "Signal", "A receiver has failed: ", error.what());
     } catch (...) {
-        Log::log(Log::Error, "Signal", "A receiver has failed with an unknown exception");
+        logText(Log::Error, "Signal", "A receiver has failed with an unknown exception");
     }
 }
 

@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include <morvalincore/Log.h>
+#include <morvalincore/LogText.h>
 
 #include "StreamOperations.h"
 #include "StreamWorker.h"
@@ -12,8 +12,8 @@
 namespace Morvalin {
 namespace {
 
-bool logFailure(const Stream& stream, const char* hookName, const std::string& reason) {
-    Log::log(Log::Error, "Stream", stream.name() + ": " + hookName + " failed: " + reason);
+bool logFailure(const Stream& stream, const char* hookName, const char* reason) {
+    logText(Log::Error, "Stream", stream.name(), ": ", hookName, " failed: ", reason);
     return false;
 }
 
@@ -32,12 +32,13 @@ bool succeeds(const Stream& stream, const char* hookName, Hook hook) {
 } // namespace
 
 Stream::Stream(std::string name) :
-    streamName(std::move(name)), streamWorker(std::make_unique<StreamWorker>(*this)),
+    streamName(std::move(name)), nameInLog(streamName),
+    streamWorker(std::make_unique<StreamWorker>(*this)),
     streamOperations(std::make_unique<StreamOperations>(*this, *streamWorker)) {}
 
 Stream::~Stream() {
     if (state() != Closed)
-        Log::log(Log::Error, "Stream", streamName + ": destroyed without being closed");
+        logText(Log::Error, "Stream", streamName, ": destroyed without being closed");
 }
 
 bool Stream::isStateOneOf(std::initializer_list<State> states) const {
@@ -103,6 +104,7 @@ void Stream::closeForGood() {
 }
 
 bool Stream::perform(StreamOperation operation) {
+    const Log::Source source(nameInLog);
     switch (operation) {
     case StreamOperation::Open:
         return performOpen();

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <morvalincore/Configurable.h>
 #include <morvalincore/Data.h>
@@ -92,6 +93,10 @@ public:
     Stream& operator=(const Stream&) = delete;
 
     const std::string& name() const { return streamName; }
+    /// The name by which the log tells what operations and worker write (Log::source()): name(),
+    /// unless a host that has several streams of that name sets another before the first operation.
+    const std::string& logName() const { return nameInLog; }
+    void setLogName(std::string name) { nameInLog = std::move(name); }
 
     // Any thread, without waiting.
     State state() const { return currentState.load(); }
@@ -165,6 +170,7 @@ private:
     void changeState(State to);
 
     const std::string streamName;
+    std::string nameInLog;
     std::atomic<State> currentState{Closed};
     std::unique_ptr<StreamWorker> streamWorker;
     std::unique_ptr<StreamOperations> streamOperations;

@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-#include <morvalincore/Log.h>
+#include <morvalincore/LogText.h>
 #include <morvalinstream/Stream.h>
 
 #include "StreamPacing.h"
@@ -23,8 +23,7 @@ bool StreamWorker::prepare() {
         thread = std::thread([this] { run(); });
         return true;
     } catch (const std::system_error& error) {
-        Log::log(Log::Error, "Stream",
-                 stream.name() + ": no thread to work on: " + std::string(error.what()));
+        logText(Log::Error, "Stream", stream.name(), ": no thread to work on: ", error.what());
         return false;
     }
 }
@@ -56,6 +55,7 @@ bool StreamWorker::isThisThread() const {
 }
 
 void StreamWorker::run() {
+    const Log::Source source(stream.logName());
     threadId = std::this_thread::get_id();
     std::unique_lock lock(mutex);
     for (bool isDone = false; !isDone;) {
@@ -86,10 +86,9 @@ StreamWorker::Deadline StreamWorker::step() {
     return std::nullopt;
 }
 
-void StreamWorker::logFailure(const std::string& reason) const {
-    Log::log(Log::Error, "Stream",
-             stream.name() +
-                 ": doWork failed and is not called again until the next start: " + reason);
+void StreamWorker::logFailure(const char* reason) const {
+    logText(Log::Error, "Stream", stream.name(),
+            ": doWork failed and is not called again until the next start: ", reason);
 }
 
 StreamWorker::Deadline StreamWorker::callStream() {
@@ -97,8 +96,8 @@ StreamWorker::Deadline StreamWorker::callStream() {
     const std::optional<Stream::WorkContinuation> wish = stream.doWork();
     if (wish && wish->callAgain == 1)
         return nextCallTime(before, ClockReading::now(), wish->time);
-    Log::log(Log::Warning, "Stream",
-             stream.name() + ": doWork asked not to be called again until the next start");
+    logText(Log::Warning, "Stream", stream.name(),
+            ": doWork asked not to be called again until the next start");
     return std::nullopt;
 }
 

@@ -39,7 +39,7 @@ private:
     void run();
     Deadline step();
     Deadline callStream();
-    void logFailure(const std::string& reason) const;
+    void logFailure(const char* reason) const;
 
     Stream& stream;
     std::mutex mutex;

@@ -39,7 +39,21 @@ Stream* createStream(StreamIoAlgorithm& algorithm, const std::string& id) {
     return algorithm.stream();
 }
 
+std::atomic<int> sessionCount = 0;
+
 } // namespace
+
+StreamSession::Counted::Counted() {
+    ++sessionCount;
+}
+
+StreamSession::Counted::~Counted() {
+    --sessionCount;
+}
+
+int StreamSession::count() {
+    return sessionCount;
+}
 
 StreamSession::StreamSession(const PluginLoader& plugins, Properties& block) :
     saved(block), made(plugins.instantiate(block.name())) {
@@ -50,8 +64,13 @@ StreamSession::StreamSession(const PluginLoader& plugins, Properties& block) :
     if (streamAlgorithm == nullptr)
         throw Refusal(WrongUsage, "the algorithm \"" + id + "\" makes no stream");
     openedStream = createStream(*streamAlgorithm, id);
-    uniqueName = openedStream->name();
+    setLabel(openedStream->name());
     follow();
+}
+
+void StreamSession::setLabel(const std::string& label) {
+    uniqueName = label;
+    openedStream->setLogName(label);
 }
 
 void StreamSession::follow() {

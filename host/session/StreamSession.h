@@ -44,9 +44,13 @@ public:
     void keep(const Properties& current);
     const Properties& block() const { return saved; }
 
+    /// How many there are in the program. Any thread.
+    static int count();
+
     /// The stream's name, or another that tells it from streams of the same name.
     const std::string& label() const { return uniqueName; }
-    void setLabel(std::string label) { uniqueName = std::move(label); }
+    /// Before the stream is opened for the first time.
+    void setLabel(const std::string& label);
 
     Algorithm& algorithm() const { return *made; }
     Stream& stream() const { return *openedStream; }
@@ -72,9 +76,15 @@ private:
         std::atomic<bool> startsWhenOpen = false;
     };
 
+    struct Counted {
+        Counted();
+        ~Counted();
+    };
+
     void follow();
     void onOutput(const Data* data);
 
+    const Counted counted;
     Properties& saved;
     std::shared_ptr<Watch> watch = std::make_shared<Watch>();
     std::unique_ptr<Algorithm> made;

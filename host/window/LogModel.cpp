@@ -9,6 +9,7 @@
 
 #include <morvalincore/Log.h>
 
+#include "session/LogLines.h"
 #include "window/Look.h"
 
 namespace Morvalin::App {
@@ -33,8 +34,9 @@ QString onOneLine(const std::string& text) {
 
 } // namespace
 
-void LogBuffer::append(int level, const std::string& category, const std::string& text) {
-    LogLine line{std::chrono::system_clock::now(), level, category, text.substr(0, longestText)};
+void LogBuffer::append(LogLine line) {
+    if (line.text.size() > longestText)
+        line.text.resize(longestText);
     {
         const std::lock_guard lock(mutex);
         if (waiting.size() == capacity) {
@@ -77,12 +79,12 @@ QString LogModel::levelText(int level) {
 
 LogModel::Row LogModel::describe(const LogLine& line) {
     return {line.level,
-            {timeText(line.time), levelText(line.level), onOneLine(line.category),
+            {timeText(line.time), levelText(line.level), onOneLine(categoryText(line)),
              onOneLine(line.text)}};
 }
 
 LogModel::Row LogModel::describeLoss(std::uint64_t lines) {
-    const LogLine line{std::chrono::system_clock::now(), Log::Warning, "Log",
+    const LogLine line{std::chrono::system_clock::now(), Log::Warning, "", "Log",
                        std::to_string(lines) + " lines came too fast and are not shown"};
     return describe(line);
 }

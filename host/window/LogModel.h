@@ -13,14 +13,9 @@
 #include <QAbstractTableModel>
 #include <QString>
 
-namespace Morvalin::App {
+#include "session/LogThrottle.h"
 
-struct LogLine {
-    std::chrono::system_clock::time_point time;
-    int level = 0;
-    std::string category;
-    std::string text;
-};
+namespace Morvalin::App {
 
 /// Log lines on their way from the threads that write them to the one that shows them. Any thread;
 /// nobody waits for the display.
@@ -35,7 +30,7 @@ public:
     /// until it has been collected, so that a flood of lines is a single notice. It must not wait.
     explicit LogBuffer(std::function<void()> notify) : notifyDisplay(std::move(notify)) {}
 
-    void append(int level, const std::string& category, const std::string& text);
+    void append(LogLine line);
 
     /// All lines since the last call, the oldest first, and how many more had to give way.
     struct Delivery {

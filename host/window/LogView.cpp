@@ -14,6 +14,7 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include "session/LogLines.h"
 #include "window/LogModel.h"
 
 namespace Morvalin::App {
@@ -49,19 +50,13 @@ LogView::LogView(QWidget* parent) :
     setUpTable();
     setUpFilter();
     buffer = std::make_shared<LogBuffer>([queued = queuedCollect] { queued(); });
-    formerSink = Log::setSink({});
-    Log::setSink(
-        [kept = buffer, former = formerSink ? formerSink : Log::print,
-         lowest = firstLevel](int level, const std::string& category, const std::string& text) {
-            kept->append(level, category, text);
-            if (level >= lowest)
-                former(level, category, text);
-        });
+    source =
+        std::make_unique<LogLines>([kept = buffer](const LogLine& line) { kept->append(line); });
 }
 
 LogView::~LogView() {
     queuedCollect.clear();
-    Log::setSink(std::move(formerSink));
+    source.reset();
     Log::setLevel(firstLevel);
 }
 

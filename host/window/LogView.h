@@ -4,7 +4,6 @@
 
 #include <QWidget>
 
-#include <morvalincore/Log.h>
 #include <morvalingui/QueuedSlot.h>
 
 class QComboBox;
@@ -14,6 +13,7 @@ class QTableView;
 namespace Morvalin::App {
 
 class LogBuffer;
+class LogLines;
 class LogModel;
 
 /// Shows the program's log while it exists, with a filter by level. Follows the newest line unless
@@ -22,8 +22,7 @@ class LogView : public QWidget {
     Q_OBJECT
 
 public:
-    /// Takes the log's sink over, and gives it back when it is destroyed. What the log's level let
-    /// through before still goes to the former sink too.
+    /// What the log's level let through before still goes to the former sink of the log too.
     explicit LogView(QWidget* parent = nullptr);
     ~LogView() override;
 
@@ -51,7 +50,7 @@ private:
     const int firstLevel; ///< of the log, when the view was made
     QueuedSlot queuedCollect;
     std::shared_ptr<LogBuffer> buffer;
-    Log::Sink formerSink;
+    std::unique_ptr<LogLines> source;
 };
 
 } // namespace Morvalin::App

@@ -24,31 +24,25 @@ bool refuseAnswer() {
     return false;
 }
 
-std::vector<Position> roomFor(int count) {
-    std::vector<Position> positions;
-    positions.reserve(static_cast<std::size_t>(std::max(0, count)));
-    return positions;
+/// As many as there are, to be filled: a reply has up to 127.
+std::vector<Position> places(int count) {
+    return std::vector<Position>(static_cast<std::size_t>(std::max(0, count)));
 }
 
 std::vector<Position> binaryStrays(const DeviceRecord* device) {
-    const int count = deviceBxPassiveStrayCount(device);
-    std::vector<Position> positions = roomFor(count);
+    std::vector<Position> positions = places(deviceBxPassiveStrayCount(device));
     float position[3]{};
-    for (int i = 0; i < count; ++i) {
-        deviceBxPassiveStray(device, i, position);
-        positions.push_back({position[0], position[1], position[2]});
+    for (int i = 0; Position & place : positions) {
+        deviceBxPassiveStray(device, i++, position);
+        place = {position[0], position[1], position[2]};
     }
     return positions;
 }
 
 std::vector<Position> textStrays(const DeviceRecord* device) {
-    const int count = deviceTxPassiveStrayCount(device);
-    std::vector<Position> positions = roomFor(count);
-    Position position{};
-    for (int i = 0; i < count; ++i) {
-        deviceTxPassiveStray(device, i, position.data());
-        positions.push_back(position);
-    }
+    std::vector<Position> positions = places(deviceTxPassiveStrayCount(device));
+    for (int i = 0; Position & place : positions)
+        deviceTxPassiveStray(device, i++, place.data());
     return positions;
 }
 

@@ -90,28 +90,6 @@ TEST(DecodeTx, ControlCharactersEndAField) {
     }
 }
 
-TEST(DecodeTx, StrayMarkersUpToFifty) {
-    // More than 50 are read as 50: the status is then what stands in its place.
-    for (const auto& [count, sent, status] :
-         {std::tuple("00", 0, 0x80), {"32", 50, 0x80}, {"3C", 60, 0}}) {
-        std::string reply = std::string("00") + count + std::string(sent == 0 ? 0 : 13, '0');
-        for (int k = 0; k < sent; ++k) {
-            reply += "+000100-000200+0003" + std::to_string(10 + k);
-        }
-        const RecordPtr record = makeRecord();
-        decode(protocol::decodeTx, record, "TX:1000ABCD\r", reply + "0080");
-        const int kept = std::min(sent, 50);
-        EXPECT_EQ(deviceTxPassiveStrayCount(record.get()), kept);
-        EXPECT_EQ(deviceTxSystemStatus(record.get()), status) << count;
-        double position[3];
-        for (const int index : {-1, 0, kept - 1, kept}) {
-            const int expected = kept == 0 ? 1 : index < 0 || index == kept ? 2 : 0;
-            EXPECT_EQ(deviceTxPassiveStray(record.get(), index, position), expected) << index;
-        }
-        EXPECT_TRUE(kept == 0 || position[2] == (309 + kept) * 0.01);
-    }
-}
-
 TEST(DecodeGx, WiredAndPassivePorts) {
     const RecordPtr record = makeRecord();
     decode(protocol::decodeGx, record, "GX:000DABCD\r",

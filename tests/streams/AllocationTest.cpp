@@ -1,11 +1,8 @@
-#include "tests/host/ScriptedStream.h"
 #include "tests/protocol/CountedMemory.h"
 #include "tests/streams/Rig.h"
 
 namespace Morvalin {
 namespace {
-
-using namespace std::chrono_literals;
 
 /// What one step that hands out a frame allocates besides the frame's copies of the instruments.
 std::size_t allocationsOfAStep(int tools) {
@@ -49,26 +46,6 @@ TEST(Streaming, MemoryThatRunsOutCostsAFrame) {
     rig.nextFrame();
     rig.stream.doWork();
     EXPECT_EQ(frames, 2);
-}
-
-TEST(StreamWorker, TakesNoMemoryFromOneCallOfDoWorkToTheNext) {
-    ScriptedStream stream;
-    const auto frame = std::make_shared<TrackingStreamData>();
-    std::size_t before = 0;
-    std::atomic<int> taken = -1;
-    stream.output.connect([](const std::shared_ptr<const Data>&) {});
-    stream.work = [&]() -> ScriptedStream::Work {
-        if (stream.workCount == 4)
-            before = allocations;
-        if (stream.workCount == 24)
-            taken = static_cast<int>(allocations - before);
-        stream.output(frame);
-        return Stream::WorkContinuation{std::chrono::system_clock::now() + 1ms, 1};
-    };
-    ASSERT_TRUE(stream.open() && stream.start());
-    stream.awaitWork(25);
-    ASSERT_TRUE(stream.stop());
-    EXPECT_EQ(taken, 0);
 }
 
 } // namespace

@@ -193,19 +193,6 @@ TEST(OpticalTools, DummyToolLetsMarkersBeSeen) {
     }
 }
 
-TEST(OpticalTools, AreSetUpWhateverThePortListSays) {
-    for (const char* reply : {"", "0", "FF", "FF0A001", "ZZ", "020A0010B"}) {
-        Rig<Vega> optical({}, {std::string("reply=") + reply + "@PHSR"});
-        EXPECT_TRUE(optical.stream.open()) << reply;
-        Rig<Aurora> wired({}, {std::string("reply=") + reply + "@PHSR"});
-        wired.stream.open();
-        EXPECT_LE(wired.instruments().size(), 1U) << reply;
-    }
-    Rig<Aurora> refused({}, {"error=01@PHSR"});
-    EXPECT_FALSE(refused.stream.open());
-    EXPECT_THAT(refused.log.take(), testing::Contains("[1] Found 0 ports."));
-}
-
 TEST(OpticalTools, SignalsTellWhatChanged) {
     Rig<Vega> rig;
     rig.addTool("a.rom", "1");
@@ -278,45 +265,33 @@ TEST(AuroraTools, AreDescribedByTheirInformation) {
 TEST(AuroraTools, LogsAndSendsEveryStep) {
     ndisim::DeviceOptions options;
     options.tools = {plugged(1, "02000000", "610"), ndisim::parseWiredTool("3:empty"),
-                     ndisim::parseWiredTool("12:blank")};
-    Rig<Aurora> rig(options);
+                     ndisim::parseWiredTool("12:blank"), plugged(2, "02000000", "620")};
+    // The device is ready with the last one already.
+    Rig<Aurora> rig(options, {"reply=040A0010C000150010B031@PHSR"});
     wantMain(rig, "12-");
     rig.stream.open();
     const Lines commands = rig.takeCommands();
     EXPECT_THAT(Lines(commands.begin() + 6, commands.end()),
                 ElementsAre("PHSR:00", "PHINF:0A0020", "PINIT:0A", "PENA:0AD", "PHINF:0A0025",
-                            "PHINF:150020", "PINIT:15", "PENA:15D", "PHINF:150025"));
+                            "PHINF:150020", "PINIT:15", "PENA:15D", "PHINF:150025", "PHINF:0B0020",
+                            "PHINF:0B0025"));
     const Lines log = rig.log.take();
     EXPECT_THAT(
         Lines(log.begin() + 5, log.end()),
-        ElementsAre("[1] Querying connected NDI tools...", "[1] Found 3 ports.",
+        ElementsAre("[1] Querying connected NDI tools...", "[1] Found 4 ports.",
                     "[1] Tool in port 0!", "[1] Physical port is 1!",
                     "[1] Trying to initialized tool in port 0...", "[1] Enabling tool in port 0...",
                     "[1] Obtaining tool meta data, port 0...", "[1] Tool in port 2!",
                     "[1] Physical port is 12!", "[1] Trying to initialized tool in port 2...",
                     "[1] Enabling tool in port 2...", "[1] Obtaining tool meta data, port 2...",
+                    "[1] Tool in port 3!", "[1] Physical port is 2!",
+                    "[1] Trying to initialized tool in port 3...", "[1] Enabling tool in port 3...",
+                    "[1] Obtaining tool meta data, port 3...",
                     "[1] Full initialization complete!"));
     const auto blank = rig.stream.instruments()->mainInstrument();
     ASSERT_TRUE(blank);
     EXPECT_EQ(blank->trackerId.name, "00000000001200");
     EXPECT_EQ(blank->toolType, "Unknown");
-}
-
-TEST(AuroraTools, ReadyOnesAreOnlyEntered) {
-    ndisim::DeviceOptions options;
-    options.tools = {plugged(1, "02000000", "610"), plugged(2, "02000000", "620"),
-                     plugged(3, "02000000", "630")};
-    Rig<Aurora> rig(options, {"reply=030A0310B0110C031@PHSR", "error=01@PHINF:0A0020",
-                              "reply=0000000003@PHINF:0C0020"});
-    ASSERT_TRUE(rig.stream.open());
-    const Lines commands = rig.takeCommands();
-    EXPECT_THAT(Lines(commands.begin() + 7, commands.end()),
-                ElementsAre("PHINF:0A0020", "PHINF:0A0025", "PHINF:0B0020", "PENA:0BD",
-                            "PHINF:0B0025", "PHINF:0C0020", "PHINF:0C0025"));
-    // Without a whole location the port is 0.
-    EXPECT_TRUE(rig.stream.instruments()->instrument("0-610"));
-    EXPECT_TRUE(rig.stream.instruments()->instrument("0-630"));
-    EXPECT_TRUE(rig.stream.instruments()->instrument("2-620"));
 }
 
 TEST(AuroraTools, AreNotNamedAfterOthers) {

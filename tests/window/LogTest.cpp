@@ -79,7 +79,8 @@ TEST(LogModel, AFloodIsBoundedAndToldAndEveryLineIsOneLine) {
     int notices = 0;
     LogBuffer buffer([&] { ++notices; });
     for (std::size_t i = 0; i < LogBuffer::capacity + 7; ++i)
-        buffer.append(Log::Error, "a\rb", "one\ntwo\x1b[31m \xff" + std::string(5000, 'x'));
+        buffer.append(
+            {{}, Log::Error, "", "a\rb", "one\ntwo\x1b[31m \xff" + std::string(5000, 'x')});
     EXPECT_EQ(notices, 1);
     LogModel model;
     model.append(buffer.take());
