@@ -68,6 +68,7 @@ Finding refused(int error, const struct stat& node) {
     case EIO: // what a port without hardware and a pseudo-terminal without its other end say
         return {PortCondition::missing};
     case ENOTTY:
+    case EINVAL:
         return {PortCondition::notSerial};
     default:
         return {PortCondition::faulty, std::generic_category().message(error)};
