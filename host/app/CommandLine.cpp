@@ -24,7 +24,8 @@ Exit status:
   1  a stream did not open or start, gave no data at all or none at the end, a block of the
      workspace was not understood, or frames, the workspace, the trace or the dump could not be
      written; everything else was still done
-  2  wrong usage: an unknown option or algorithm, a --set that does not fit its property
+  2  wrong usage: an unknown option, algorithm or serial port name, a --set that does not fit its
+     property
   3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
      nothing was opened
   4  ended by --stall
@@ -32,6 +33,7 @@ Exit status:
 
 Examples:
   morvalin-host list
+  morvalin-host ports --probe
   morvalin-host stream NDITracking.PolarisVegaTrackingStream --set hardwareDevice=192.168.1.5 \
       --tool probe.rom --tool reference.rom --frames 100 --json
   morvalin-host stream NDITracking.AuroraTrackingStream --serial-port COM3=/dev/ttyUSB0 \
@@ -70,6 +72,12 @@ void addHostOptions(CLI::App& command, Options& options) {
     command.footer(footer);
 }
 
+void addSerialPortOption(CLI::App& command, Options& options) {
+    addRepeatable(command, "--serial-port", options.serialPorts, readSerialPort, "NAME=PATH",
+                  "what a serial port name stands for on this machine, such as\n"
+                  "COM3=/dev/ttyUSB0; repeatable");
+}
+
 void addSettingOptions(CLI::App& command, Options& options) {
     addRepeatable(command, "--set", options.settings, readSetting, "KEY=VALUE",
                   "a stream property by its saved name, such as hardwareDevice,\n"
@@ -78,9 +86,7 @@ void addSettingOptions(CLI::App& command, Options& options) {
     addRepeatable(command, "--tool", options.tools, readTool, "FILE[@PORT]",
                   "a tool definition to register, port 1 unless given;\n"
                   "repeatable, in order");
-    addRepeatable(command, "--serial-port", options.serialPorts, readSerialPort, "NAME=PATH",
-                  "what a serial port name stands for on this machine, such as\n"
-                  "COM3=/dev/ttyUSB0; repeatable");
+    addSerialPortOption(command, options);
     addSingle(command, "--save", options.saveFile, "WORKSPACE",
               "write the workspace before the streams are closed");
 }
@@ -149,7 +155,7 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     const std::vector<std::string> leftover = app.remaining(true);
     const auto chosen = app.get_subcommands();
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
-        refuse("a command is missing: list, stream, run or gui; --help tells more");
+        refuse("a command is missing: list, ports, stream, run or gui; --help tells more");
     if (chosen.empty())
         refuse("unknown command \"" + leftover.front() + "\"" +
                suggestion(leftover.front(), commandNames(app)));
@@ -168,8 +174,16 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     CLI::App app(description, "morvalin-host");
     app.require_subcommand(1);
     app.footer(footer);
+    app.set_version_flag("--version", std::string(),
+                         "Print the version, and the plug-ins that are found");
     addCommand(app, Command::List, "list",
                "Print the algorithms: id, TAB, display name, TAB, menu path of each", options);
+    CLI::App* const ports = addCommand(
+        app, Command::Ports, "ports",
+        "Print what each serial port name stands for here and the port's condition", options);
+    addSerialPortOption(*ports, options);
+    ports->add_flag("--probe", options.probe,
+                    "ask for a device at every port that is free, which may reset it");
     CLI::App* const stream =
         addStreamCommand(app, Command::Stream, "stream",
                          "Create one algorithm and print the frames of its stream", options);
@@ -186,6 +200,8 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     addSubject(*window, "WORKSPACE", "a workspace file to begin with", false, options);
     try {
         app.parse(reversedArguments(argc, argv));
+    } catch (const CLI::CallForVersion&) {
+        options.command = Command::Version;
     } catch (const CLI::CallForHelp&) {
         return HelpText{app.help()};
     } catch (const CLI::ParseError& error) {
