@@ -20,16 +20,19 @@ constexpr const char* description =
 constexpr const char* footer = R"(
 Log lines go to standard error as "[LEVEL] CATEGORY: text", with several streams as
 "[LEVEL] CATEGORY (STREAM): text", frames to standard output.
-Ctrl-C stops and closes the streams before the program ends.
+Ctrl-C stops and closes the streams before the program ends; pressed again, it ends at once.
 
 Exit status:
   0  done, also after Ctrl-C
-  1  a stream did not open or start, a block of the workspace was not understood, or frames, the
-     workspace, the trace or the dump could not be written; everything else was still done
+  1  a stream did not open or start, gave no data at all or none at the end, a block of the
+     workspace was not understood, or frames, the workspace, the trace or the dump could not be
+     written; everything else was still done
   2  wrong usage: an unknown option, algorithm or serial port name, a --set that does not fit its
      property
   3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
      nothing was opened
+  4  ended by --stall
+  130  ended at once by a second Ctrl-C, without closing the streams
 
 Examples:
   morvalin-host list
@@ -44,6 +47,9 @@ Examples:
 [[noreturn]] void refuse(const std::string& line) {
     throw Refusal(WrongUsage, line);
 }
+
+constexpr const char* reconnectName = "--reconnect";
+constexpr const char* usualReconnect = "5";
 
 /// Splits NAME=VALUE at the first equals sign; the name is never empty.
 std::pair<std::string, std::string> splitPair(const std::string& option, const std::string& text,
@@ -158,14 +164,24 @@ void addSettingOptions(CLI::App& command, Options& options) {
 }
 
 void addFrameOptions(CLI::App& command, Options& options) {
-    addSingle(command, "--frames", options.limits.frames, "N",
+    addSingle(command, "--frames", options.plan.frames, "N",
               "stop after so many frames of each stream")
         ->check(limitFault<std::uint64_t>);
-    addSingle(command, "--seconds", options.limits.seconds, "S",
+    addSingle(command, "--seconds", options.plan.seconds, "S",
               "stop when all streams have run so long; without --frames and\n"
               "--seconds the streams run until Ctrl-C")
         ->check(limitFault<double>);
+    addSingle(command, "--stall", options.plan.stall, "S",
+              "end with status 4 when a stream gives no data for S seconds")
+        ->check(limitFault<double>);
+    addSingle(command, reconnectName, options.plan.reconnect, "[S]",
+              "close, open and start a stream again that gives no data for\n"
+              "S seconds (default 5) or does not open, as often as it takes")
+        ->check(limitFault<double>);
     command.add_flag("--json", options.json, "print one JSON object a frame, not readable lines");
+    command.add_flag("--events", options.events,
+                     "with --json: print also what else happens to the streams, as\n"
+                     "objects that begin with \"event\"");
     addSingle(command, "--trace", options.traceFile, "FILE",
               "write every command to the device and every reply with its time");
 }
@@ -223,6 +239,22 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     refuse("one argument too many: \"" + leftover.front() + "\"");
 }
 
+/// The arguments in the order in which the library takes them: the last one first. It would take
+/// whatever follows --reconnect for its value.
+std::vector<std::string> reversedArguments(int argc, const char* const* argv) {
+    std::vector<std::string> arguments;
+    for (int i = 1; i < argc; ++i) {
+        arguments.emplace_back(argv[i]);
+        if (arguments.back() != reconnectName)
+            continue;
+        double number = 0.0;
+        const bool hasValue = i + 1 < argc && readNumber(argv[i + 1], number);
+        arguments.back() += std::string("=") + (hasValue ? argv[++i] : usualReconnect);
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
 } // namespace
 
 std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* argv) {
@@ -255,7 +287,7 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     addSettingOptions(*window, options);
     addSubject(*window, "WORKSPACE", "a workspace file to begin with", false, options);
     try {
-        app.parse(argc, argv);
+        app.parse(reversedArguments(argc, argv));
     } catch (const CLI::CallForVersion&) {
         options.command = Command::Version;
     } catch (const CLI::CallForHelp&) {
@@ -263,6 +295,8 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     } catch (const CLI::ParseError& error) {
         refuseUnread(app, error.what());
     }
+    if (options.events && !options.json)
+        refuse("--events needs --json");
     return options;
 }
 

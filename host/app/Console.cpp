@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 #include <boost/asio/executor_work_guard.hpp>
@@ -15,6 +16,9 @@
 namespace Morvalin::App {
 
 namespace {
+
+/// Of signals that belong together; a person is slower.
+constexpr std::chrono::milliseconds togetherLimit{50};
 
 void writeLine(std::string& text) {
     replaceControlCharacters(text, ' ');
@@ -56,16 +60,41 @@ void print(const std::string& text, const std::string& what) {
         throw Refusal(StreamFailed, what + " could not be written: " + error);
 }
 
-StopRequest::StopRequest(std::function<void()> onRequest) : ending(events) {
+StopRequest::StopRequest(std::function<void()> onRequest, std::function<void()> beforeEnd) :
+    request(std::move(onRequest)), last(std::move(beforeEnd)), ending(events), gathering(events) {
     for (const int signal : stopSignals())
         ending.add(signal);
-    ending.async_wait([call = std::move(onRequest)](const boost::system::error_code& error, int) {
-        if (!error)
-            call();
-    });
+    await();
     thread = std::thread([this] {
         const auto work = boost::asio::make_work_guard(events);
         events.run();
+    });
+}
+
+void StopRequest::await() {
+    ending.async_wait([this](const boost::system::error_code& error, int) {
+        if (error)
+            return;
+        onSignal();
+        await();
+    });
+}
+
+/// Nothing is to be seen of a request before its time to gather is over, so that whoever reacts to
+/// it with a second signal is not taken for part of the first.
+void StopRequest::onSignal() {
+    if (stage == Stage::Requested) {
+        last();
+        writeErrorAtOnce("morvalin-host: ended at once, without closing the streams\n");
+        std::_Exit(EndedAtOnce);
+    }
+    if (std::exchange(stage, Stage::Gathering) == Stage::Gathering)
+        return;
+    gathering.expires_after(togetherLimit);
+    gathering.async_wait([this](const boost::system::error_code& error) {
+        stage = Stage::Requested;
+        if (!error)
+            request();
     });
 }
 

@@ -14,8 +14,9 @@ enum class Command { List, Ports, Stream, Run, Window, Version };
 struct Options : SessionOptions {
     Command command = Command::List;
     std::string subject; ///< algorithm id or workspace file; the window needs none
-    SessionRunner::Limits limits;
+    SessionRunner::Plan plan;
     bool json = false;
+    bool events = false;   ///< among the frames, too
     std::string dumpFile;  ///< empty: do not write the device's state
     std::string traceFile; ///< empty: do not write the traffic
     bool probe = false;    ///< ask the devices at serial ports, too
