@@ -8,7 +8,7 @@
 
 namespace Morvalin::App {
 
-enum class Command { List, Stream, Run, Window, Describe };
+enum class Command { List, Ports, Stream, Run, Window, Describe, Version };
 
 /// The command line, checked as far as it can be without looking at files.
 struct Options : SessionOptions {
@@ -19,6 +19,7 @@ struct Options : SessionOptions {
     bool events = false;   ///< among the frames, too
     std::string dumpFile;  ///< empty: do not write the device's state
     std::string traceFile; ///< empty: do not write the traffic
+    bool probe = false;    ///< ask the devices at serial ports, too
     int logLevel = 2;
     bool logTime = false; ///< in front of each line of the log
 };

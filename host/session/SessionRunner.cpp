@@ -192,7 +192,8 @@ void SessionRunner::close() {
 
 /// What the stream was to give and did not, as far as that was not told yet; once it is closed.
 std::string SessionRunner::shortfall(const Run& one) const {
-    if (one.hasFailed || one.hasAllFrames || cause == Cause::Stall)
+    const bool wasRun = one.keeping.valid();
+    if (!wasRun || one.hasFailed || one.hasAllFrames || cause == Cause::Stall)
         return {};
     const StreamStatus& end = one.atEnd;
     const std::string reason = one.session.status().reason;

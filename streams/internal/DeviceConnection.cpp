@@ -1,6 +1,7 @@
 #include "streams/internal/DeviceConnection.h"
 
 #include "streams/DeviceAddress.h"
+#include "streams/SerialPortInspection.h"
 #include "streams/internal/NdiLog.h"
 #include "streams/internal/OpenDevice.h"
 
@@ -79,14 +80,17 @@ bool answersProbe(NDIConnectionData& connection, const std::string& portName) {
     if (probe(connection, portName))
         return true;
     logNdi(Log::Error, "Failed to probe device!");
+    explainSerialPort(portName, false);
     return false;
 }
 
 std::optional<std::string> findSerialDevice(NDIConnectionData& connection) {
     logNdi(Log::Detail, "Searching for tracking devices...");
     std::optional<std::string> found = searchSerialPorts(connection);
-    if (!found)
+    if (!found) {
         logNdi(Log::Error, "No NDI tracking system found!");
+        explainSerialPorts();
+    }
     return found;
 }
 
@@ -174,6 +178,8 @@ bool initializeDevice(NDIConnectionData& connection, const std::string& address,
     traceNote(connection, "opened ", address, device == nullptr ? ": failed" : "");
     if (device == nullptr) {
         logNdi(Log::Error, "Connection could not be established!");
+        if (isSerialPortName(address))
+            explainSerialPort(address, true);
         return false;
     }
     logNdi(Log::Information, "Connection established at ", address, ". Using ",

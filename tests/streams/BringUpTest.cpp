@@ -19,6 +19,13 @@ const char* const failed = "[4] Connection could not be established!";
 const char* const noProbe = "[4] Failed to probe device!";
 const char* const searching = "[1] Searching for tracking devices...";
 const char* const notFound = "[4] No NDI tracking system found!";
+const char* const noneThere = "[2] None of the serial ports COM1 to \\\\.\\COM20 is there";
+
+std::string notThere(const std::string& name) {
+    return "[2] " + name +
+           " (/nonexistent/port): not there: plug the adapter in, or let the name stand for "
+           "another port";
+}
 
 struct BadAddress {
     const char* address;
@@ -42,13 +49,13 @@ void expectRefusal(const BadAddress& row, const Lines& log) {
 TEST(BringUp, RefusesAddresses) {
     assignSerialPort();
     const BadAddress table[] = {
-        {"", {networkOnly}, {searching, notFound}},
-        {"autopilot", {networkOnly}, {searching, notFound}},
+        {"", {networkOnly}, {searching, notFound, noneThere}},
+        {"autopilot", {networkOnly}, {searching, notFound, noneThere}},
         {"Auto", {invalid, failed}, {invalid, failed}},
-        {"COM3", {networkOnly}, {noProbe}},
+        {"COM3", {networkOnly}, {noProbe, notThere("COM3")}},
         {"COM10", {invalid, failed}, {invalid, failed}},
-        {"\\\\.\\COM10", {networkOnly}, {noProbe}},
-        {"\\\\.\\COM20", {networkOnly}, {noProbe}},
+        {"\\\\.\\COM10", {networkOnly}, {noProbe, notThere("\\\\.\\COM10")}},
+        {"\\\\.\\COM20", {networkOnly}, {noProbe, notThere("\\\\.\\COM20")}},
         {"/dev/null", {invalid, failed}, {invalid, failed}},
         {"localhost", {invalid, failed}, {invalid, failed}},
         {"127.0.0.1", {"[2] Connecting to 127.0.0.1:70000 via IP...", failed}, {serialOnly}},
