@@ -94,7 +94,10 @@ TEST(PropertiesXml, ReadsWhatAPersonWrites) {
     EXPECT_EQ(port, 12);
     EXPECT_TRUE(isOn);
     EXPECT_EQ(device, "\\\\.\\COM12 AB'");
-    EXPECT_NE(root.subProperties("x"), nullptr);
+    ASSERT_NE(root.subProperties("x"), nullptr);
+    EXPECT_EQ(root.line(), 3);
+    EXPECT_EQ(root.subProperties("x")->line(), 4);
+    EXPECT_EQ(root.findParam("on")->line, 6);
 }
 
 TEST(PropertiesXml, RefusesInOneLineThatNamesTheFault) {
