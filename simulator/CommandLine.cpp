@@ -198,6 +198,9 @@ std::string faultOf(const CLI::App& app, const CLI::ParseError& error) {
         return firstLine(error.what());
     }
     const std::string name = unknown.front().substr(0, unknown.front().find('='));
+    if (!name.starts_with('-')) {
+        return "one argument too many: \"" + unknown.front() + "\"";
+    }
     std::vector<std::string> known;
     for (const CLI::Option* option : app.get_options()) {
         for (const std::string& text : option->get_lnames()) {

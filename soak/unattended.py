@@ -70,6 +70,9 @@ class Device:
         self.process.send_signal(signal.SIGCONT)
         self.process.wait()
         self.process.stdout.close()
+        if self.family != "vega":
+            # As an adapter's name goes with it: what it named may become another's terminal.
+            pathlib.Path(self.place).unlink(missing_ok=True)
 
     def thaw(self):
         self.process.send_signal(signal.SIGCONT)
