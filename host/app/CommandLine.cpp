@@ -155,7 +155,8 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     const std::vector<std::string> leftover = app.remaining(true);
     const auto chosen = app.get_subcommands();
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
-        refuse("a command is missing: list, ports, stream, run, gui or describe; --help tells more");
+        refuse(
+            "a command is missing: list, describe, ports, stream, run or gui; --help tells more");
     if (chosen.empty())
         refuse("unknown command \"" + leftover.front() + "\"" +
                suggestion(leftover.front(), commandNames(app)));

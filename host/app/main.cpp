@@ -30,10 +30,10 @@ int execute(Options options) {
         return runWorkspace(options, log);
     case Command::Window:
         return runWindow(options);
-    case Command::Describe:
-        return describeAlgorithm(options);
     case Command::Version:
         return printVersion();
+    case Command::Describe:
+        return describeAlgorithm(options);
     }
     return WrongUsage;
 }

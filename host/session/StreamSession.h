@@ -37,12 +37,12 @@ public:
     /// Configures the stream from its block and from what the options add. Throws Refusal when a
     /// setting does not fit, with nothing configured.
     void configure(const SessionOptions& options);
-    /// The settings that the stream's block can have.
-    KnownSettings knownSettings() const { return {*openedStream, configuration()}; }
     /// Configures the closed stream once more, from what configuration() said or configured() says.
     void restore(const Properties& settings);
     /// What it was last configured from.
     const Properties& configured() const { return given; }
+    /// The settings that the stream's block can have.
+    KnownSettings knownSettings() const { return {*openedStream, configuration()}; }
     /// The current settings. Any thread; waits while the stream talks to its device.
     Properties configuration() const;
     /// Makes these the settings that a save writes, beside what the block says of more.
