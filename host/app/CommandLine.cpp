@@ -22,12 +22,12 @@ Ctrl-C stops and closes the streams before the program ends; pressed again, it e
 Exit status:
   0  done, also after Ctrl-C
   1  a stream did not open or start, gave no data at all or none at the end, a block of the
-     workspace could not be used, or frames, the workspace, the trace or the dump could not be
+     workspace could not be used, or frames, the workspace or one of the other files could not be
      written; everything else was still done
   2  wrong usage: an unknown option, algorithm or serial port name, a --set that does not fit its
      property, a file that would be written over another one that is named
-  3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
-     nothing was opened
+  3  a plug-in, workspace, tool or output file cannot be used, or there is no display for the
+     window; nothing was opened
   4  ended by --stall
   130  ended at once by a second Ctrl-C, without closing the streams
 
@@ -91,6 +91,14 @@ void addSettingOptions(CLI::App& command, Options& options) {
               "write the workspace before the streams are closed");
 }
 
+void addTableOptions(CLI::App& command, Options& options) {
+    addSingle(command, "--csv", options.csvFile, "FILE",
+              "write a table of the poses to a file, too: one row an\n"
+              "instrument and frame");
+    command.add_flag("--force", options.force,
+                     "let such files be written over ones that are there");
+}
+
 void addFrameOptions(CLI::App& command, Options& options) {
     addSingle(command, "--frames", options.plan.frames, "N",
               "stop after so many frames of each stream")
@@ -110,6 +118,9 @@ void addFrameOptions(CLI::App& command, Options& options) {
     command.add_flag("--events", options.events,
                      "with --json: print also what else happens to the streams, as\n"
                      "objects that begin with \"event\"");
+    addSingle(command, "--record", options.recordFile, "FILE",
+              "write frames and events as lines of JSON to a file, too");
+    addTableOptions(command, options);
     addSingle(command, "--trace", options.traceFile, "FILE",
               "write every command to the device and every reply with its time");
 }

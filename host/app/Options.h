@@ -16,10 +16,13 @@ struct Options : SessionOptions {
     std::string subject; ///< algorithm id or workspace file; the window needs none
     SessionRunner::Plan plan;
     bool json = false;
-    bool events = false;   ///< among the frames, too
-    std::string dumpFile;  ///< empty: do not write the device's state
-    std::string traceFile; ///< empty: do not write the traffic
-    bool probe = false;    ///< ask the devices at serial ports, too
+    bool events = false;    ///< among the frames, too
+    std::string csvFile;    ///< empty: write no table
+    std::string recordFile; ///< empty: record nothing
+    bool force = false;     ///< write over files that are there
+    std::string dumpFile;   ///< empty: do not write the device's state
+    std::string traceFile;  ///< empty: do not write the traffic
+    bool probe = false;     ///< ask the devices at serial ports, too
     int logLevel = 2;
     bool logTime = false; ///< in front of each line of the log
 };
