@@ -63,6 +63,8 @@ std::vector<NamedFile> inputsOf(const Options& options, const std::vector<std::s
         inputs.push_back({"the plug-in", plugin});
     for (const Tool& tool : options.tools)
         inputs.push_back({"the tool file", tool.path});
+    if (options.command == Command::Play)
+        inputs.push_back({"the recording", options.subject});
     for (const std::string& tool : tools)
         inputs.push_back({"the workspace's tool file", tool});
     return inputs;

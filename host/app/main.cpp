@@ -17,7 +17,8 @@ int execute(Options options) {
     Log::setLevel(options.logLevel);
     LogLines log(
         [withTime = options.logTime](const LogLine& line) { printLogLine(line, withTime); });
-    if (options.plugins.empty() && options.command != Command::Version)
+    if (options.plugins.empty() && options.command != Command::Version &&
+        options.command != Command::Play)
         options.plugins = defaultPlugins();
     switch (options.command) {
     case Command::List:
@@ -28,6 +29,8 @@ int execute(Options options) {
         return streamAlgorithm(options, log);
     case Command::Run:
         return runWorkspace(options, log);
+    case Command::Play:
+        return playRecording(options);
     case Command::Window:
         return runWindow(options);
     case Command::Version:

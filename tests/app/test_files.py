@@ -1,6 +1,8 @@
 import csv
 import json
 import os
+import signal
+import time
 
 from hosttest import VEGA, HostTest, limit_files
 
@@ -117,3 +119,86 @@ class Files(HostTest):
         self.assertIn("".join(printed), self.read("f.jsonl"))
         whole = self.read("f.csv").rpartition("\n")[0].splitlines()
         self.assertEqual({line.count(",") for line in whole}, {15})
+
+    def play(self, *arguments, **options):
+        return self.run_host("play", *arguments, plugin=None, **options)
+
+    def frame(self, **members):
+        """A line of a recording, with odd texts and numbers."""
+        tool = {"id": 'a,"b"', "name": "ä\n\u0000c", "model": "=1", "type": "", "active": True}
+        matrix = [1e-300, -0.0, 0.1, None, 1e22, 5e-324, 1.7976931348623157e308, *map(float, range(9))]
+        tool.update({"quality": -0.3, "timestamp": 1, "matrix": matrix})
+        stray = {"id": 2**64 - 1, "position": [None, 0.0, -1.5]}
+        frame = {"stream": "S,\u001b[1m", "frame": 7, "timestamp": 10, "main": "m"}
+        frame |= {"instruments": [tool], "fiducials": [stray], **members}
+        return json.dumps(frame, ensure_ascii=False, separators=(",", ":")) + "\n"
+
+    def test_played_recording_is_what_was_recorded(self):
+        status, out, err = self.record("--frames", "9", simulator=["--tool-state", "1:missing:3-6"])
+        self.assertEqual(status, 0, err)
+        recording, table = self.path("f.jsonl"), self.path("again.csv")
+        played = self.play(recording, "--json", "--events", "--csv", table)
+        self.assertEqual(played, (0, self.read("f.jsonl"), ""))
+        self.assertEqual(self.read("again.csv"), self.read("f.csv"))
+        self.assertEqual(self.play(recording, "--json"), (0, out, ""))
+        self.assertIn("  frame 8  ", self.play(recording)[1])
+        reasons = [
+            {"event": "stalled", "stream": "S", "timestamp": 1, "gap": 3.5, "reason": "x"},
+            {"event": "reconnecting", "stream": "S", "timestamp": 1, "try": 2, "pause": 1.0, "reason": ""},
+            {"event": "tool", "stream": "S", "timestamp": 1, "id": "a", "name": "b", "active": False},
+        ]
+        text = "".join(json.dumps(event, separators=(",", ":")) + "\n" for event in reasons)
+        odd = self.write("odd", text + self.frame() + self.frame(instruments=[], fiducials=[]))
+        self.assertEqual(self.play(odd, "--json", "--events"), (0, self.read("odd"), ""))
+        self.assertEqual(self.play(odd, "--csv", table, "--force")[0], 0)
+        (row,) = self.rows("again.csv")
+        self.assertEqual((row["id"], row["name"], row["stream"]), ('a,"b"', "ä  c", "S, [1m"))
+        self.assertEqual([float(row[key]) for key in POSE[:3]], [5.0, 6.0, 7.0])
+
+    def test_play_keeps_the_time_and_ends_when_asked(self):
+        file = self.write("f", self.frame() + self.frame(timestamp=1510) + self.frame(timestamp=10**15))
+        process = self.start("play", file, "--json", "--speed", "3", plugin=None)
+        process.stdout.readline()
+        begin = time.monotonic()
+        process.stdout.readline()
+        self.assertGreater(time.monotonic() - begin, 0.4)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(self.finish(process), (0, "", ""))
+
+    def test_broken_and_foreign_recordings(self):
+        line, first = self.frame(), self.frame(frame=1)
+        for cut in (1, 9, 60, len(line) - 2):
+            status, out, err = self.play(self.write("f", first + line[:cut]), "--json")
+            self.assertEqual((status, out), (0, first), err)
+            self.assert_one_line(err, f"[3] Host: {self.path('f')}:2: ", "broke off")
+        self.assertEqual(self.play(self.write("f", first + line[:-1]), "--json")[:2], (0, first + line))
+        hostile = [
+            "\n",
+            "{}\n",
+            "hello",
+            "[" * 500000 + "\n",
+            "x" * (1 << 21) + "\n",
+            '{"event":"won","stream":"S","timestamp":1}\n',
+            line.replace("1e+22", "1e999"),
+            line.replace("null,", "", 1),
+            line.replace("0.1", '"0.1"'),
+            line.replace('"S,', '"\\ud800S,'),
+            *(self.frame(frame=number) for number in (-1, 1.5, 2**64, None)),
+            *(self.frame(timestamp=number) for number in (-1, 2**63, 1e30)),
+            *(self.frame(instruments=value) for value in ({}, [1], [{}], "x")),
+            self.frame(fiducials=[{"id": 1, "position": [1, 2]}]),
+        ]
+        for text in hostile:
+            with self.subTest(line=text[:80]):
+                status, out, err = self.play(self.write("f", first + text + line), "--json")
+                self.assertEqual((status, out), (3, first), err)
+                self.assert_one_line(err, f"recording {self.path('f')}:2: ")
+        kept = self.write("kept", "x")
+        cases = [(self.path("none"), "none"), (self.folder, "plain file"), (kept, "kept:1: ")]
+        for file, words in cases:
+            status, out, err = self.play(file, "--csv", self.path("new"))
+            self.assertEqual((status, out, os.path.exists(self.path("new"))), (3, "", False))
+            self.assert_one_line(err, words)
+        status, _, err = self.play(kept, "--csv", kept, "--force")
+        self.assertEqual((status, self.read("kept")), (2, "x"))
+        self.assert_one_line(err, "written over the recording")
