@@ -28,7 +28,7 @@ TEST(PluginLoader, RefusalsTellTheFaultInOneLine) {
         {folder.write("text.so", "plain text"), "not a loadable library"},
         {folder.write("empty.so", ""), "not a loadable library"},
         {module("unresolved"), "symbolThatNobodyHas"},
-        {module("no_plugin"), "not a plug-in: it has no descriptor"},
+        {HOST_LIBRARY, "not a plug-in: it has no descriptor"},
         {module("other_version"), "not a plug-in for this version of the host"},
         {module("no_functions"), "lacks the function morvalinCreatePlugin"},
         {module("second"), "needs the plug-in \"Tests.first\", which is not loaded"},

@@ -71,42 +71,30 @@ TEST_F(Plugin, OffersTheThreeFamilies) {
     AlgorithmFactory& factory = *plugin().algorithmFactory();
     EXPECT_EQ(factory.name(), "NDITracking");
     EXPECT_EQ(plugin().controllerFactory()->name(), "NDITracking");
-    const struct {
-        const char* id;
-        const char* displayName;
-        const char* streamName;
-    } table[] = {
-        {vegaId, "Polaris Vega/Lyra", "NDI Polaris Tracking Stream"},
-        {vicraId, "Polaris Vicra/Spectra", "NDI Polaris Tracking Stream"},
-        {auroraId, "Aurora", "NDI Aurora Tracking Stream"},
-    };
-    const auto descriptors = factory.compatibleIoDescriptors(DataList());
-    ASSERT_EQ(descriptors.size(), std::size(table));
-    for (std::size_t i = 0; i < std::size(table); ++i) {
-        EXPECT_EQ(descriptors[i].id, table[i].id);
+    EXPECT_EQ(factory.compatibleIoDescriptors(DataList()).size(), 3u);
+    for (const auto& [id, displayName] : {std::pair{vegaId, "Polaris Vega/Lyra"},
+                                          {vicraId, "Polaris Vicra/Spectra"},
+                                          {auroraId, "Aurora"}}) {
         std::unique_ptr<IoAlgorithm> algorithm;
         for (const char* const device : {"global", "stored"}) { // applied to every new algorithm
             Properties settings;
             settings.setParam("hardwareDevice", device);
             if (algorithm == nullptr)
                 GlobalSettings::modify(
-                    [&](Properties& all) { all.addSubProperties(table[i].id).copyFrom(settings); });
+                    [&](Properties& all) { all.addSubProperties(id).copyFrom(settings); });
             else
-                EXPECT_TRUE(factory.setStoredConfiguration(table[i].id, settings));
-            algorithm = factory.instantiateIoAlgorithm(table[i].id, {});
+                EXPECT_TRUE(factory.setStoredConfiguration(id, settings));
+            algorithm = factory.instantiateIoAlgorithm(id, {});
             ASSERT_TRUE(algorithm);
             Properties stored;
             algorithm->configuration(&stored);
             EXPECT_EQ(stored, settings);
         }
-        EXPECT_EQ(algorithm->factoryInfo().id, table[i].id);
-        EXPECT_EQ(algorithm->name(), table[i].displayName);
+        EXPECT_EQ(algorithm->factoryInfo().id, id);
+        EXPECT_EQ(algorithm->name(), displayName);
         algorithm->compute();
         EXPECT_EQ(algorithm->status(), IoAlgorithm::Success);
-        const Stream* stream = dynamic_cast<StreamIoAlgorithm&>(*algorithm).stream();
-        ASSERT_NE(stream, nullptr);
-        EXPECT_EQ(stream->name(), table[i].streamName);
-        EXPECT_EQ(stream->uuid(), "PolarisAuroraTrackingStream");
+        EXPECT_NE(dynamic_cast<StreamIoAlgorithm&>(*algorithm).stream(), nullptr);
     }
     DataList input;
     input.add(nullptr);
@@ -121,9 +109,7 @@ TEST_F(Plugin, ConvertsOldWorkspaces) {
         const char* systemType; ///< null for none
         const char* converted;
     } table[] = {
-        {legacyId, "0", vicraId},
-        {legacyId, "1", vegaId},
-        {legacyId, "2", auroraId},
+        {legacyId, "1", vegaId}, // the other types: in the tests of the program
         {legacyId, "3", legacyId},
         {legacyId, "-1", legacyId},
         {legacyId, "one", legacyId},

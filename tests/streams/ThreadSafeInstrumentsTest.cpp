@@ -4,8 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <thread>
-
 namespace Morvalin {
 namespace {
 
@@ -203,41 +201,6 @@ TEST(ThreadSafeInstruments, AnswersForUnknownIds) {
     registry.clear();
     EXPECT_EQ(registry.modifyAll(Registry::ModifyFunction()), 0U);
     EXPECT_FALSE(registry.mainInstrument());
-}
-
-/// Shows a lock that is missing to the thread sanitizer.
-TEST(ThreadSafeInstruments, EveryOperationMayMeetEveryOther) {
-    Registry registry;
-    const LogCapture log;
-    const Operation operations[] = {
-        withRecord,
-        counted,
-        byIndex(1),
-        byId("a"),
-        pose("a"),
-        resetting,
-        ofAllRecords,
-        change([](auto& i) { i.quality = 1; }),
-        clearing,
-        counted,
-        create("a"),
-        removal("a"),
-        [](Registry& r) { return r.setActive("a", true) + r.mainIndex(); },
-        [](Registry& r) { return static_cast<std::uint32_t>(r.size() + r.isActive("a")); },
-        [](Registry& r) { return static_cast<std::uint32_t>(r.instruments().size()); },
-        [](Registry& r) { return r.instrument("a") || r.mainInstrument() ? 1U : 0U; },
-        [](Registry& r) { return static_cast<std::uint32_t>((r.mainId() + r.name("a")).size()); },
-        [](Registry& r) { return r.modify("a", Registry::ModifySpecialFunction([](auto&...) {})); },
-    };
-    const auto useAll = [&](std::size_t step) {
-        for (std::size_t i = 0; i < 2000; ++i) {
-            operations[i * step % std::size(operations)](registry);
-            std::this_thread::sleep_for(std::chrono::microseconds(10)); // let the other one in
-        }
-    };
-    std::thread other(useAll, 5);
-    useAll(7);
-    other.join();
 }
 
 struct Tracker : PolarisAuroraTrackingStream<NDIDeviceFamily::Aurora> {
