@@ -87,14 +87,12 @@ TEST(PropertiesXml, ReadsWhatAPersonWrites) {
     Properties root;
     std::string error;
     ASSERT_TRUE(fromXml(xml, root, error)) << error;
-    std::int32_t port = 0;
-    bool isOn = false;
-    std::string device;
-    EXPECT_TRUE(root.param("port", port) && root.param("on", isOn) && root.param("device", device));
-    EXPECT_EQ(port, 12);
-    EXPECT_TRUE(isOn);
-    EXPECT_EQ(device, "\\\\.\\COM12 AB'");
-    EXPECT_NE(root.subProperties("x"), nullptr);
+    Properties expected("Algorithms");
+    expected.addSubProperties("x");
+    expected.setParam("port", "12");
+    expected.setParam("on", "true");
+    expected.setParam("device", "\\\\.\\COM12 AB'");
+    EXPECT_EQ(root, expected);
 }
 
 TEST(PropertiesXml, RefusesInOneLineThatNamesTheFault) {

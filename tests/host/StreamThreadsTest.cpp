@@ -155,12 +155,9 @@ TEST(StreamThreads, ManyThreadsAtRandom) {
         if (last.exchange(change.to) != change.from)
             ++brokenChain;
     });
-    stream.output.connect([&](const std::shared_ptr<const Data>&) {
+    stream.work = [&] {
         if (stream.workCount % 16 == 0)
             stream.stop();
-    });
-    stream.work = [&] {
-        stream.output(nullptr);
         return ScriptedStream::again();
     };
     stream.hooks["startImpl"] = [n = 0]() mutable { return ++n % 5 != 0; };

@@ -47,6 +47,8 @@ void expectRefusal(const BadAddress& row, const Lines& log, bool isKept) {
     EXPECT_TRUE(settings.param("hardwareDevice", written));
     EXPECT_EQ(written, isKept ? row.address : "");
     EXPECT_EQ(stream.hardwareDevice(), written);
+    // Without a device the hooks do nothing.
+    EXPECT_TRUE(stream.startImpl() && stream.doWork() && stream.stopImpl() && stream.closeImpl());
 }
 
 TEST(BringUp, RefusesAddresses) {
@@ -189,14 +191,6 @@ TEST(BringUp, LetsGoOfTheDeviceOfAFailedOpen) {
     rig.takeCommands();
     rig.owned.reset();
     EXPECT_THAT(rig.takeCommands(), ElementsAre("COMM:00000"));
-}
-
-TEST(BringUp, HooksWithoutADeviceDoNothing) {
-    PolarisAuroraTrackingStream<Vicra> stream;
-    EXPECT_TRUE(stream.startImpl());
-    EXPECT_TRUE(stream.doWork().has_value());
-    EXPECT_TRUE(stream.stopImpl());
-    EXPECT_TRUE(stream.closeImpl());
 }
 
 std::string volumeRecord(const char* start) {

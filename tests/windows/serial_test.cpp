@@ -70,7 +70,7 @@ HANDLE handleOf(const DeviceRecord& device) {
 // The device hears its host only at its own rate and handshake: every answer proves that the port
 // has followed.
 TEST(Serial, FollowsTheDeviceToEverySpeed) {
-    const DevicePtr device = openSerial();
+    const RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(device->deviceName, comName());
     EXPECT_EQ(ask(*device, "INIT:"), "OKAY");
@@ -82,7 +82,7 @@ TEST(Serial, FollowsTheDeviceToEverySpeed) {
 }
 
 TEST(Serial, AppliesItsOwnSettings) {
-    const DevicePtr device = openSerial();
+    const RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     const Settings opened = Watcher::settingsOf(handleOf(*device));
     EXPECT_EQ(opened.line.BaudRate, 9600u);
@@ -124,7 +124,7 @@ TEST(Serial, PutsBackWhatItFound) {
     watcher.set(before);
     before = watcher.settings();
     {
-        const DevicePtr device = openSerial();
+        const RecordPtr device = openSerial();
         ASSERT_NE(device, nullptr);
         EXPECT_FALSE(watcher.settings() == before);
     }
@@ -150,7 +150,7 @@ TEST(Serial, ProbeWritesNothingWithoutDsr) {
 
 // The device answers the break with its banner and is back at 9600 baud.
 TEST(Serial, BreakResetsTheDevice) {
-    const DevicePtr device = openSerial();
+    const RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(ask(*device, "INIT:"), "OKAY");
     EXPECT_EQ(ask(*device, "COMM:50001"), "OKAY");
@@ -166,7 +166,7 @@ TEST(Serial, BreakResetsTheDevice) {
 
 // The device answers APIREV with bytes that lines like to treat as their own; they are no reply.
 TEST(Serial, ControlBytesPassUnchanged) {
-    const DevicePtr device = openSerial();
+    const RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     const std::string sent("\x00\x03\x04\x08\x0A\x11\x13\x15\x1A\x1C\x7F\x80\xFF\x0D", 14);
     deviceCommand(device.get(), "APIREV:");
@@ -176,7 +176,7 @@ TEST(Serial, ControlBytesPassUnchanged) {
 
 // The line goes away at the second VER, as when its adapter is pulled out, and comes back.
 TEST(SerialFault, APulledAdapterIsAnErrorOfEveryCommand) {
-    DevicePtr device = openSerial();
+    RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(ask(*device, "INIT:"), "OKAY");
     EXPECT_NE(ask(*device, "VER:0"), "");
