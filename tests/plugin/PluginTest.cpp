@@ -1,7 +1,9 @@
 #include <morvalincore/GlobalSettings.h>
+#include <morvalincore/PropertiesXml.h>
 #include <morvalinlib/MorvalinLibPlugin.h>
 #include <morvalinlib/PluginLoader.h>
 #include <morvalinlib/StreamIoAlgorithm.h>
+#include <morvalinlib/Workspace.h>
 #include <morvalinlib/WorkspaceConversionRegistry.h>
 
 #include <gmock/gmock.h>
@@ -10,8 +12,12 @@
 #include <cstdio>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 
 #include <dlfcn.h>
+
+#include "tests/host/LogCapture.h"
+#include "tests/lib/TemporaryFolder.h"
 
 namespace Morvalin {
 namespace {
@@ -103,7 +109,7 @@ TEST_F(Plugin, OffersTheThreeFamilies) {
     EXPECT_EQ(plugin().controllerFactory()->create(nullptr), nullptr);
 }
 
-TEST_F(Plugin, ConvertsOldWorkspaces) {
+TEST_F(Plugin, ConvertsOldWorkspacesAsTheyAreLoaded) {
     const struct {
         const char* name;
         const char* systemType; ///< null for none
@@ -119,27 +125,50 @@ TEST_F(Plugin, ConvertsOldWorkspaces) {
         {"nditracking.PolarisAuroraTrackingStream", "1", "nditracking.PolarisAuroraTrackingStream"},
         {vegaId, "0", vegaId},
     };
-    const auto conversions = WorkspaceConversionRegistry::instance().conversions();
-    ASSERT_FALSE(conversions.empty());
-    EXPECT_EQ(conversions.back().description,
-              "Renamed PolarisAuroraTrackingStream to camera-specific TrackingStream");
-    EXPECT_EQ(conversions.back().version, 33);
-    const auto& convert = conversions.back().function;
-
-    Properties root;
-    EXPECT_FALSE(convert(root, "workspace"));
-    Properties& algorithms = root.addSubProperties("Algorithms");
+    auto& registry = WorkspaceConversionRegistry::instance();
+    EXPECT_EQ(registry.conversions().at(0).version, 33);
+    // Behind the plug-in's own; it stays for the rest of the process.
+    static bool isFailing = false;
+    registry.addConversion({"Later step", 34, [](Properties& root, const std::string& path) {
+                                const Properties* const algorithms =
+                                    root.subProperties(Workspace::algorithmsName);
+                                root.setParam("later", path);
+                                if (algorithms != nullptr)
+                                    root.setParam("first", algorithms->children().front().name());
+                                else if (isFailing)
+                                    throw std::runtime_error("conversion failed");
+                                return algorithms != nullptr;
+                            }});
+    Properties old(Workspace::rootName);
+    const TemporaryFolder folder;
+    const std::string bare = folder.write("bare.xml", toXml(old));
+    Properties expected = old;
+    Properties& before = old.addSubProperties(Workspace::algorithmsName);
+    Properties& after = expected.addSubProperties(Workspace::algorithmsName);
     for (const auto& row : table) {
-        SCOPED_TRACE(std::string(row.name) + (row.systemType ? row.systemType : ""));
-        Properties& block = algorithms.addSubProperties(row.name);
+        Properties& block = before.addSubProperties(row.name);
         block.setParam("startAfterInit", true);
         if (row.systemType != nullptr)
             block.setParam("systemType", row.systemType);
-        Properties expected = root; // those of the rows before are converted
-        expected.subProperties("Algorithms")->children().back().setName(row.converted);
-        EXPECT_EQ(convert(root, "workspace"), std::string(row.name) != row.converted);
-        EXPECT_EQ(root, expected);
+        after.addSubProperties(row.converted).copyFrom(block);
     }
+    const std::string path = folder.write("w.xml", toXml(old));
+    expected.setParam("later", path);
+    expected.setParam("first", vegaId);
+    LogCapture log;
+    Properties loaded;
+    std::string error;
+    EXPECT_TRUE(Workspace::load(bare, loaded, error)) << error;
+    ASSERT_TRUE(Workspace::load(path, loaded, error)) << error;
+    EXPECT_EQ(loaded, expected) << toXml(loaded);
+    EXPECT_THAT(log.take(),
+                ElementsAre("[2] Workspace: " + path + ": Renamed PolarisAuroraTrackingStream to " +
+                                "camera-specific TrackingStream",
+                            "[2] Workspace: " + path + ": Later step"));
+    isFailing = true;
+    EXPECT_FALSE(Workspace::load(bare, loaded, error));
+    EXPECT_THAT(error, testing::HasSubstr("conversion failed"));
+    isFailing = false;
 }
 
 } // namespace

@@ -124,18 +124,5 @@ TEST(Concurrency, OperationsAndSettingsFromManyThreads) {
     }
 }
 
-TEST(Concurrency, DestroyedWhileOpening) {
-    for (const char* command : {"INIT", "PHRQ", "PVWR:0A0200"}) {
-        Rig<Vega> rig({}, {std::string("late=200@") + command});
-        rig.addTool("a", "1");
-        const std::future<bool> first = rig.stream.openAsync();
-        const std::future<bool> queued = rig.stream.closeAsync();
-        const std::future<bool> queuedToo = rig.stream.openAsync();
-        EXPECT_TRUE(rig.simulator.waitForCommand(command, 60s));
-        rig.owned.reset();
-        EXPECT_EQ(queuedToo.wait_for(0s), std::future_status::ready);
-    }
-}
-
 } // namespace
 } // namespace Morvalin

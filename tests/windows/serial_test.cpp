@@ -1,6 +1,6 @@
 #include "tests/windows/TestDevice.h"
 
-#include <chrono>
+#include <cstring>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sstream>
@@ -18,15 +18,8 @@ struct Settings {
     COMMTIMEOUTS timeouts = {};
 
     bool operator==(const Settings& other) const {
-        return line.BaudRate == other.line.BaudRate &&
-               line.fOutxCtsFlow == other.line.fOutxCtsFlow && line.fOutX == other.line.fOutX &&
-               line.fInX == other.line.fInX && line.ByteSize == other.line.ByteSize &&
-               line.StopBits == other.line.StopBits &&
-               timeouts.ReadIntervalTimeout == other.timeouts.ReadIntervalTimeout &&
-               timeouts.ReadTotalTimeoutMultiplier == other.timeouts.ReadTotalTimeoutMultiplier &&
-               timeouts.ReadTotalTimeoutConstant == other.timeouts.ReadTotalTimeoutConstant &&
-               timeouts.WriteTotalTimeoutMultiplier == other.timeouts.WriteTotalTimeoutMultiplier &&
-               timeouts.WriteTotalTimeoutConstant == other.timeouts.WriteTotalTimeoutConstant;
+        return std::memcmp(&line, &other.line, sizeof(line)) == 0 &&
+               std::memcmp(&timeouts, &other.timeouts, sizeof(timeouts)) == 0;
     }
 };
 
