@@ -41,7 +41,7 @@ void apply(const App::Options& options, unsigned family) {
 
 void check(const App::Options& options) {
     expect(options.logLevel >= 1 && options.logLevel <= 4, "the log level is one");
-    expect(options.limits.frames.value_or(1) > 0 && options.limits.seconds.value_or(1) > 0,
+    expect(options.plan.frames.value_or(1) > 0 && options.plan.seconds.value_or(1) > 0,
            "limits are limits");
     for (const App::Tool& tool : options.tools)
         expect(!tool.path.empty() && tool.port >= 0, "tools have a file and a port");

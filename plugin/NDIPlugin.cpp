@@ -5,9 +5,11 @@
 
 #include "protocol/transport.h"
 #include "streams/DeviceAddress.h"
+#include "streams/SerialPortInspection.h"
 
 #include <morvalincore/GlobalSettings.h>
 #include <morvalincore/Properties.h>
+#include <morvalincore/SerialPortReport.h>
 #include <morvalinlib/MorvalinLibPlugin.h>
 #include <morvalinlib/WorkspaceConversionRegistry.h>
 
@@ -37,7 +39,7 @@ void assignSerialPorts(const Properties& globalSettings) {
 } // namespace
 
 /// The plug-in as the host sees it.
-class NDIPlugin : public MorvalinLibPlugin {
+class NDIPlugin : public MorvalinLibPlugin, public SerialPortReport {
 public:
     static const char* pluginId() { return "Morvalin.NDI"; }
 
@@ -56,6 +58,16 @@ public:
         } catch (...) {
             return 1;
         }
+    }
+
+    std::vector<std::string> serialPortNames() const override {
+        std::vector<std::string> names;
+        for (int index = 0; index < serialPortCount; ++index)
+            names.push_back(serialPortName(index));
+        return names;
+    }
+    Port inspectSerialPort(const std::string& name, bool probes) const override {
+        return Morvalin::inspectSerialPort(name, probes);
     }
 
 private:

@@ -10,7 +10,7 @@ packages=(
   libeigen3-dev libpugixml-dev nlohmann-json3-dev libcli11-dev
   googletest libgtest-dev libgmock-dev
   git clang-format
-  python3
+  python3 jq
   xvfb fonts-dejavu-core pngquant
   "$@"
 )

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, checks the formatting, then builds and tests the presets given as
-# arguments (default: release and asan). With asan, streams run under random faults for a minute
-# in the end.
+# arguments (default: release and asan). With release, the program also streams for a minute from
+# devices that come and go; with asan, streams run under random faults for a minute, and the tests
+# in which threads meet are built and run with the thread sanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,9 +13,16 @@ presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(release asan)
 jobs=$(nproc)
 
-# Tests that wait for time-outs and hardly compute run beside whatever comes next.
 waiting=()
+logs=()
 trap 'for pid in "${waiting[@]}"; do kill "$pid" 2>/dev/null || true; done' EXIT
+
+# beside LOG COMMAND...: runs what waits for time-outs, and hardly computes, beside what comes next.
+beside() {
+  "${@:2}" >"$1" 2>&1 &
+  waiting+=($!)
+  logs+=("$1")
+}
 
 for preset in "${presets[@]}"; do
   echo "== $preset: configure and build"
@@ -22,24 +30,23 @@ for preset in "${presets[@]}"; do
   cmake --build --preset "$preset" -j "$jobs"
   echo "== $preset: test"
   ctest --preset "$preset" -j "$((jobs * 2))" -LE waiting
-  ctest --preset "$preset" -j "$((jobs * 12))" -L waiting >"build/$preset/waiting.log" 2>&1 &
-  waiting+=($!)
+  beside "build/$preset/waiting.log" ctest --preset "$preset" -j "$((jobs * 12))" -L waiting
+  case $preset in
+    release) beside build/release/unattended.log python3 soak/unattended.py 1 --bin build/release/bin ;;
+    asan)
+      echo "== asan: soak" && scripts/soak.sh 1 asan
+      echo "== tsan: tests in which threads meet" && scripts/threads.sh
+      ;;
+  esac
 done
 
-case " ${presets[*]} " in
-  *" asan "*)
-    echo "== soak: one minute"
-    scripts/soak.sh 1 asan
-    ;;
-esac
-
 failed=0
-for i in "${!presets[@]}"; do
-  echo "== ${presets[i]}: tests that wait for time-outs"
+for i in "${!waiting[@]}"; do
+  echo "== ${logs[i]}"
   if wait "${waiting[i]}"; then
-    tail -n 6 "build/${presets[i]}/waiting.log"
+    tail -n 6 "${logs[i]}"
   else
-    cat "build/${presets[i]}/waiting.log"
+    cat "${logs[i]}"
     failed=1
   fi
 done

@@ -1,9 +1,12 @@
 #include "simulator/CommandLine.h"
 
+#include "session/Suggestion.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <sstream>
 
 namespace ndisim {
@@ -17,6 +20,7 @@ struct Values {
     std::string link;
     std::string startState = "power-on";
     std::string staleLink;
+    std::optional<double> rateHz;
     unsigned chunkGapMs = 1;
 };
 
@@ -32,9 +36,8 @@ const char* const description =
 
 const char* const footer =
     "\nWhen it answers it prints 'ready ADDRESS', and at the end (Ctrl-C) a line that counts what\n"
-    "happened. Exit status: 0 ended by Ctrl-C or SIGTERM, 2 wrong usage, 3 the port, link or "
-    "trace\n"
-    "cannot be had.\n"
+    "happened. Exit status: 0 ended by Ctrl-C, SIGTERM or SIGHUP, 1 the trace is not complete,\n"
+    "2 wrong usage, 3 the port, link or trace cannot be had.\n"
     "\nExamples:\n"
     "  ndi-simulator --family vega --listen 8765 --strays 3\n"
     "  ndi-simulator --family aurora --pty /tmp/aurora --tool 1:probe --tool 3:reference\n"
@@ -82,7 +85,8 @@ void addConnection(CLI::App& app, Values& values, SimulatorOptions& options) {
                        ->check(CLI::Range(0, 65535))
                        ->type_name("PORT");
     app.add_option("--pty", values.link,
-                   wrapped("Serve a pseudo-terminal; LINK becomes a link to the end for the host. "
+                   wrapped("Serve a pseudo-terminal; LINK becomes a link to the end for the host, "
+                           "also in the place of one that a killed simulator left behind. "
                            "Like a serial device it hears the host only at its own rate and "
                            "handshake: 9600 without at power-on, then what COMM said"))
         ->type_name("LINK")
@@ -107,7 +111,7 @@ void addDevice(CLI::App& app, Values& values, DeviceOptions& device) {
             ", blank (no readable information), empty (a handle without a tool) or "
             "8 characters of tool information",
         "TOOL");
-    app.add_option("--rate", device.rateHz,
+    app.add_option("--rate", values.rateHz,
                    "Measurements a second, up to 250 (vicra 20, vega 60, aurora 40)")
         ->type_name("HZ");
     app.add_option("--strays", device.strays, "Vicra, vega: stray markers in sight, up to 255")
@@ -173,12 +177,37 @@ void convert(const Values& values, SimulatorOptions& options) {
     } else {
         options.address = PtyAddress{values.link};
     }
+    if (values.rateHz) {
+        if (*values.rateHz == 0) {
+            throw UsageError("--rate 0: the device would never measure");
+        }
+        device.rateHz = *values.rateHz;
+    }
     options.logLimit = 0;
     checkOptions(device);
 }
 
 std::string firstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
+}
+
+// Unknown words are told first: what is missing is often the one that was mistyped.
+std::string faultOf(const CLI::App& app, const CLI::ParseError& error) {
+    const auto unknown = app.remaining();
+    if (unknown.empty()) {
+        return firstLine(error.what());
+    }
+    const std::string name = unknown.front().substr(0, unknown.front().find('='));
+    if (!name.starts_with('-')) {
+        return "one argument too many: \"" + unknown.front() + "\"";
+    }
+    std::vector<std::string> known;
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& text : option->get_lnames()) {
+            known.push_back("--" + text);
+        }
+    }
+    return "unknown option \"" + name + "\"" + Morvalin::App::suggestion(name, known);
 }
 
 } // namespace
@@ -197,7 +226,7 @@ std::variant<SimulatorOptions, std::string> readCommandLine(int argc, const char
     } catch (const CLI::CallForHelp&) {
         return app.help();
     } catch (const CLI::ParseError& error) {
-        throw UsageError(firstLine(error.what()));
+        throw UsageError(faultOf(app, error));
     } catch (const std::invalid_argument& error) {
         throw UsageError(error.what());
     }

@@ -34,6 +34,7 @@ public:
     Outbox(boost::asio::io_context& context, Writer writer);
 
     void push(Item item);
+    std::size_t size() const { return m_items.size(); } ///< answers that have not gone yet
     void clear(); ///< what has not gone yet is lost, its onEnd is not called
 
 private:

@@ -57,6 +57,12 @@ void Record::clear() {
     m_log.clear();
 }
 
+// A stream that has failed stays so.
+bool Record::isTraceComplete() const {
+    const std::lock_guard lock(m_mutex);
+    return m_trace.good();
+}
+
 bool Record::waitForCommand(const std::string& prefix, std::chrono::milliseconds limit) const {
     std::unique_lock lock(m_mutex);
     return m_added.wait_for(lock, limit, [&] {

@@ -39,6 +39,9 @@ public:
     std::size_t faultCount() const;
     void clear(); ///< forgets the exchanges
 
+    /// As Simulator::isTraceComplete.
+    bool isTraceComplete() const;
+
     /// As Simulator::waitForCommand.
     bool waitForCommand(const std::string& prefix, std::chrono::milliseconds limit) const;
 

@@ -47,6 +47,9 @@ std::size_t Simulator::faultCount() const {
 std::size_t Simulator::ignoredBytes() const {
     return m_station->ignoredBytes();
 }
+bool Simulator::isTraceComplete() const {
+    return m_station->responder().record().isTraceComplete();
+}
 void Simulator::clearLog() {
     m_station->responder().record().clear();
 }

@@ -52,6 +52,9 @@ public:
     std::size_t ignoredBytes() const;
     void clearLog();
 
+    /// False when a line of the trace could not be written, as on a full disk. True without one.
+    bool isTraceComplete() const;
+
     /// Waits until a command that begins with `prefix` has been answered (or left unanswered) since
     /// the log was last cleared. False after `limit`.
     bool waitForCommand(const std::string& prefix, std::chrono::milliseconds limit) const;

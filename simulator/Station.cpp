@@ -16,6 +16,9 @@ using std::chrono::steady_clock;
 constexpr bool hasTerminals = NDISIM_HAS_TERMINALS;
 constexpr double bitsPerByte = 10; // with start and stop bit
 
+// Of a host that sends on and on without reading. No host asks for so much ahead.
+constexpr std::size_t maxWaitingAnswers = 1000;
+
 nanoseconds byteTime(const LinkSettings& link) {
     const double baud = link.rateCode == '7' ? 1228739 : hostBaud(link.rateCode);
     return nanoseconds(static_cast<std::int64_t>(1e9 * bitsPerByte / baud));
@@ -191,6 +194,11 @@ void Station::send(Response response) {
         act(action, duration);
     };
     item.bytes = std::move(delivery.bytes);
+    if (m_outbox.size() >= maxWaitingAnswers) {
+        m_responder.record().event("the host does not read: disconnected");
+        act(Delivery::Action::Close, std::nullopt);
+        return;
+    }
     if (m_options.isPaced) {
         pace(item, response.commandBytes);
     }

@@ -1,26 +1,31 @@
 #include "simulator/CommandLine.h"
+#include "simulator/EndSignals.h"
 #include "simulator/Simulator.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
-#include <csignal>
 #include <iostream>
+#include <string>
 
 namespace {
 
+constexpr int traceFailed = 1;
 constexpr int wrongUsage = 2;
 constexpr int cannotStart = 3;
 
-int fail(const std::exception& error, int status) {
-    std::cerr << "ndi-simulator: " << error.what() << std::endl;
+int fail(const std::string& text, int status) {
+    std::cerr << "ndi-simulator: " << text << std::endl;
     return status;
 }
 
 // The signals are caught before the line is opened, so that its link never stays behind.
-void serve(const ndisim::SimulatorOptions& options) {
+int serve(const ndisim::SimulatorOptions& options) {
     boost::asio::io_context context;
-    boost::asio::signal_set signals(context, SIGINT, SIGTERM);
+    boost::asio::signal_set signals(context);
+    for (const int signal : ndisim::endSignals()) {
+        signals.add(signal);
+    }
     signals.async_wait([](auto, int) {});
     ndisim::Simulator simulator(options);
     simulator.start();
@@ -30,6 +35,11 @@ void serve(const ndisim::SimulatorOptions& options) {
     simulator.stop();
     std::cout << "done " << simulator.commandCount() << " commands, " << simulator.faultCount()
               << " faults, frame " << frame << std::endl;
+    if (simulator.isTraceComplete()) {
+        return 0;
+    }
+    return fail("the trace " + options.trace.string() + " is not complete: writing failed",
+                traceFailed);
 }
 
 } // namespace
@@ -41,11 +51,10 @@ int main(int argc, char** argv) {
             std::cout << *text;
             return 0;
         }
-        serve(std::get<ndisim::SimulatorOptions>(request));
-        return 0;
+        return serve(std::get<ndisim::SimulatorOptions>(request));
     } catch (const ndisim::UsageError& error) {
-        return fail(error, wrongUsage);
+        return fail(error.what(), wrongUsage);
     } catch (const std::exception& error) {
-        return fail(error, cannotStart);
+        return fail(error.what(), cannotStart);
     }
 }

@@ -46,6 +46,7 @@ struct NDIConnectionData {
     std::vector<NDIOperatingVolume> operatingVolumes; ///< in the device's order, as last asked for
     std::atomic<std::int32_t> maxRange{0};            ///< index of the operating volume to select
     std::atomic<std::int32_t> measurementRate{5};     ///< index of the link speed to set
+    Guarded<Diagnosable::Waiting> waiting; ///< see Diagnosable; changes while a device is opened
     const ConnectionType connectionType;
     std::mutex connectionLock;
     mutable std::mutex releaseLock;

@@ -25,6 +25,10 @@ using ConnectionType = NDIConnectionData::ConnectionType;
 constexpr const char* defaultNetworkAddress = "192.168.1.10";
 constexpr auto queryInterval = 5ms;
 
+/// About as many as a device that falls silent is asked for while it is set up, besides one for
+/// each tool: its handles may all be freed first.
+constexpr std::size_t otherAnswers = 20;
+
 /// Transforms, out-of-volume poses, and of optical devices tool information, single stray markers,
 /// marker positions and passive stray markers.
 constexpr unsigned opticalBinaryOptions = 0x180F;
@@ -217,6 +221,11 @@ void PolarisAuroraTrackingStream<N>::setTraceSink(TraceSink sink) {
     traceTo(*connection, sink);
 }
 
+template <int N>
+Diagnosable::Waiting PolarisAuroraTrackingStream<N>::waiting() const {
+    return connection->waiting.value();
+}
+
 // ---- Opening and closing
 
 template <int N>
@@ -224,12 +233,14 @@ bool PolarisAuroraTrackingStream<N>::openImpl() {
     constexpr const char* failure = "Error during initalization of the NDI tracking system: ";
     try {
         const Lock lock(connection->connectionLock);
-        return bringUp();
+        if (bringUp())
+            return true;
     } catch (const std::exception& exception) {
         logNdi(Log::Error, failure, exception.what());
     } catch (...) {
         logNdi(Log::Error, failure);
     }
+    connection->waiting.assign({});
     return false;
 }
 
@@ -242,7 +253,10 @@ bool PolarisAuroraTrackingStream<N>::bringUp() {
         address = connectSerialDevice(*connection);
     else
         address = connectNetworkDevice(*connection);
-    if (!address || !initializeDevice(*connection, *address, this))
+    if (!address)
+        return false;
+    awaitAnswers(*connection, *address, otherAnswers + registeredTools.value().size());
+    if (!initializeDevice(*connection, *address, this))
         return false;
     queryOperatingVolumes();
     if constexpr (isOptical)
@@ -250,6 +264,7 @@ bool PolarisAuroraTrackingStream<N>::bringUp() {
     else
         queryTools();
     logNdi(Log::Detail, "Full initialization complete!");
+    awaitEnd(*connection, *address);
     return checkInstruments();
 }
 
@@ -293,6 +308,7 @@ void PolarisAuroraTrackingStream<N>::queryTools() {
 template <int N>
 bool PolarisAuroraTrackingStream<N>::closeImpl() {
     releaseDevice(*connection);
+    connection->waiting.assign({});
     emitSignals(instrumentRegistry->clear());
     return true;
 }

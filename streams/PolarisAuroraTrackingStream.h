@@ -139,6 +139,7 @@ public:
     std::string stateDump() override;
     /// Waits while the stream is being opened.
     void setTraceSink(TraceSink sink) override;
+    Waiting waiting() const override;
 
     // Hooks of the host
 

@@ -1,13 +1,10 @@
 #include <algorithm>
-#include <charconv>
 #include <iterator>
-#include <limits>
-#include <utility>
 
 #include <CLI/CLI.hpp>
 
+#include "app/OptionValues.h"
 #include "app/Options.h"
-#include "session/Refusal.h"
 #include "session/Suggestion.h"
 
 namespace Morvalin::App {
@@ -20,90 +17,29 @@ constexpr const char* description =
 constexpr const char* footer = R"(
 Log lines go to standard error as "[LEVEL] CATEGORY: text", with several streams as
 "[LEVEL] CATEGORY (STREAM): text", frames to standard output.
-Ctrl-C stops and closes the streams before the program ends.
+Ctrl-C stops and closes the streams before the program ends; pressed again, it ends at once.
 
 Exit status:
   0  done, also after Ctrl-C
-  1  a stream did not open or start, a block of the workspace was not understood, or frames, the
-     workspace, the trace or the dump could not be written; everything else was still done
-  2  wrong usage: an unknown option or algorithm, a --set that does not fit its property
+  1  a stream did not open or start, gave no data at all or none at the end, a block of the
+     workspace was not understood, or frames, the workspace, the trace or the dump could not be
+     written; everything else was still done
+  2  wrong usage: an unknown option, algorithm or serial port name, a --set that does not fit its
+     property
   3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
      nothing was opened
+  4  ended by --stall
+  130  ended at once by a second Ctrl-C, without closing the streams
 
 Examples:
   morvalin-host list
+  morvalin-host ports --probe
   morvalin-host stream NDITracking.PolarisVegaTrackingStream --set hardwareDevice=192.168.1.5 \
       --tool probe.rom --tool reference.rom --frames 100 --json
   morvalin-host stream NDITracking.AuroraTrackingStream --serial-port COM3=/dev/ttyUSB0 \
       --set hardwareDevice=COM3 --save aurora.xml
   morvalin-host run aurora.xml --seconds 10
   morvalin-host gui aurora.xml --serial-port COM3=/dev/ttyUSB0)";
-
-[[noreturn]] void refuse(const std::string& line) {
-    throw Refusal(WrongUsage, line);
-}
-
-/// Splits NAME=VALUE at the first equals sign; the name is never empty.
-std::pair<std::string, std::string> splitPair(const std::string& option, const std::string& text,
-                                              const std::string& form) {
-    const std::size_t equals = text.find('=');
-    if (equals == std::string::npos || equals == 0)
-        refuse(option + " \"" + text + "\": must have the form " + form);
-    return {text.substr(0, equals), text.substr(equals + 1)};
-}
-
-/// Reads a whole text as a number.
-template <class Number>
-bool readNumber(const std::string& text, Number& number) {
-    const char* const end = text.data() + text.size();
-    const auto [stop, fault] = std::from_chars(text.data(), end, number);
-    return fault == std::errc() && stop == end;
-}
-
-Setting readSetting(const std::string& text) {
-    auto [key, value] = splitPair("--set", text, "KEY=VALUE");
-    return {std::move(key), std::move(value)};
-}
-
-SerialPort readSerialPort(const std::string& text) {
-    auto [name, path] = splitPair("--serial-port", text, "NAME=PATH");
-    if (path.empty())
-        refuse("--serial-port \"" + text + "\": the path is empty");
-    return {std::move(name), std::move(path)};
-}
-
-std::string readText(const std::string& text) {
-    return text;
-}
-
-/// Only digits behind the last @ are a port, so that @ may stand in file names.
-Tool readTool(const std::string& text) {
-    Tool tool{text};
-    const std::size_t at = text.rfind('@');
-    const bool hasPort = at != std::string::npos && at + 1 < text.size() &&
-                         text.find_first_not_of("0123456789", at + 1) == std::string::npos;
-    if (hasPort) {
-        tool.path = text.substr(0, at);
-        if (!readNumber(text.substr(at + 1), tool.port))
-            refuse("--tool \"" + text + "\": the port is too large");
-    }
-    if (tool.path.empty())
-        refuse("--tool \"" + text + "\": the file name is empty");
-    return tool;
-}
-
-/// The library takes whatever comes next for the value of an option.
-std::string valueFault(const std::string& text) {
-    return text.empty() || text.starts_with("--") ? "needs a value" : "";
-}
-
-template <class Number>
-std::string limitFault(const std::string& text) {
-    Number number{};
-    const bool isLimit = readNumber(text, number) && number > 0 &&
-                         number <= std::numeric_limits<Number>::max(); // neither NaN nor infinity
-    return isLimit ? "" : "\"" + text + "\" must be a number above 0";
-}
 
 template <class Value>
 CLI::Option* addSingle(CLI::App& command, const std::string& name, Value& value,
@@ -136,6 +72,12 @@ void addHostOptions(CLI::App& command, Options& options) {
     command.footer(footer);
 }
 
+void addSerialPortOption(CLI::App& command, Options& options) {
+    addRepeatable(command, "--serial-port", options.serialPorts, readSerialPort, "NAME=PATH",
+                  "what a serial port name stands for on this machine, such as\n"
+                  "COM3=/dev/ttyUSB0; repeatable");
+}
+
 void addSettingOptions(CLI::App& command, Options& options) {
     addRepeatable(command, "--set", options.settings, readSetting, "KEY=VALUE",
                   "a stream property by its saved name, such as hardwareDevice,\n"
@@ -144,22 +86,30 @@ void addSettingOptions(CLI::App& command, Options& options) {
     addRepeatable(command, "--tool", options.tools, readTool, "FILE[@PORT]",
                   "a tool definition to register, port 1 unless given;\n"
                   "repeatable, in order");
-    addRepeatable(command, "--serial-port", options.serialPorts, readSerialPort, "NAME=PATH",
-                  "what a serial port name stands for on this machine, such as\n"
-                  "COM3=/dev/ttyUSB0; repeatable");
+    addSerialPortOption(command, options);
     addSingle(command, "--save", options.saveFile, "WORKSPACE",
               "write the workspace before the streams are closed");
 }
 
 void addFrameOptions(CLI::App& command, Options& options) {
-    addSingle(command, "--frames", options.limits.frames, "N",
+    addSingle(command, "--frames", options.plan.frames, "N",
               "stop after so many frames of each stream")
         ->check(limitFault<std::uint64_t>);
-    addSingle(command, "--seconds", options.limits.seconds, "S",
+    addSingle(command, "--seconds", options.plan.seconds, "S",
               "stop when all streams have run so long; without --frames and\n"
               "--seconds the streams run until Ctrl-C")
         ->check(limitFault<double>);
+    addSingle(command, "--stall", options.plan.stall, "S",
+              "end with status 4 when a stream gives no data for S seconds")
+        ->check(limitFault<double>);
+    addSingle(command, reconnectName, options.plan.reconnect, "[S]",
+              "close, open and start a stream again that gives no data for\n"
+              "S seconds (default 5) or does not open, as often as it takes")
+        ->check(limitFault<double>);
     command.add_flag("--json", options.json, "print one JSON object a frame, not readable lines");
+    command.add_flag("--events", options.events,
+                     "with --json: print also what else happens to the streams, as\n"
+                     "objects that begin with \"event\"");
     addSingle(command, "--trace", options.traceFile, "FILE",
               "write every command to the device and every reply with its time");
 }
@@ -205,7 +155,7 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     const std::vector<std::string> leftover = app.remaining(true);
     const auto chosen = app.get_subcommands();
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
-        refuse("a command is missing: list, stream, run or gui; --help tells more");
+        refuse("a command is missing: list, ports, stream, run or gui; --help tells more");
     if (chosen.empty())
         refuse("unknown command \"" + leftover.front() + "\"" +
                suggestion(leftover.front(), commandNames(app)));
@@ -224,8 +174,16 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     CLI::App app(description, "morvalin-host");
     app.require_subcommand(1);
     app.footer(footer);
+    app.set_version_flag("--version", std::string(),
+                         "Print the version, and the plug-ins that are found");
     addCommand(app, Command::List, "list",
                "Print the algorithms: id, TAB, display name, TAB, menu path of each", options);
+    CLI::App* const ports = addCommand(
+        app, Command::Ports, "ports",
+        "Print what each serial port name stands for here and the port's condition", options);
+    addSerialPortOption(*ports, options);
+    ports->add_flag("--probe", options.probe,
+                    "ask for a device at every port that is free, which may reset it");
     CLI::App* const stream =
         addStreamCommand(app, Command::Stream, "stream",
                          "Create one algorithm and print the frames of its stream", options);
@@ -241,12 +199,16 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     addSettingOptions(*window, options);
     addSubject(*window, "WORKSPACE", "a workspace file to begin with", false, options);
     try {
-        app.parse(argc, argv);
+        app.parse(reversedArguments(argc, argv));
+    } catch (const CLI::CallForVersion&) {
+        options.command = Command::Version;
     } catch (const CLI::CallForHelp&) {
         return HelpText{app.help()};
     } catch (const CLI::ParseError& error) {
         refuseUnread(app, error.what());
     }
+    if (options.events && !options.json)
+        refuse("--events needs --json");
     return options;
 }
 

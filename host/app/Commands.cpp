@@ -1,5 +1,6 @@
 #include "app/Commands.h"
 
+#include <chrono>
 #include <string>
 
 #include <morvalincore/LogText.h>
@@ -9,6 +10,7 @@
 #include "app/platform/StandardStreams.h"
 #include "outputs/TextOutput.h"
 #include "session/Refusal.h"
+#include "session/StopNotice.h"
 #include "session/WorkspaceSessions.h"
 
 namespace Morvalin::App {
@@ -24,18 +26,23 @@ struct Reports {
     DumpFile dump;
 };
 
-/// Frames on standard output, as the options want them.
+/// Frames and events on standard output, as the options want them.
 class FramePrinter {
 public:
-    explicit FramePrinter(bool isJson) :
-        frames(isJson ? jsonFrame : readableFrame, [this](std::string_view text) {
-            return output.write(text, error) == StandardOutput::Result::Written;
-        }) {}
+    explicit FramePrinter(const Options& options) :
+        frames(options.json ? jsonFrame : readableFrame, options.events ? jsonEvent : nullptr,
+               [this](std::string_view text) {
+                   return output.write(text, error) == StandardOutput::Result::Written;
+               }) {}
 
     SessionRunner::Receiver receiver() {
         return {[this](const auto&... frame) { return frames.take(frame...); },
-                [this] { output.hurry(); }, printError};
+                [this](const auto&... event) { frames.note(event...); }, [this] { output.hurry(); },
+                printError};
     }
+
+    /// Before the process ends: no line is cut in the middle if its reader is there.
+    void stopForGood() { frames.stopForGood(std::chrono::milliseconds(100)); }
 
     /// True when every frame was written that somebody read. Once the streams are closed.
     bool succeeded() const {
@@ -50,6 +57,20 @@ private:
     TextOutput frames;
 };
 
+/// Shows a runner the log, where devices tell their errors.
+class LogFeed {
+public:
+    LogFeed(LogLines& lines, const SessionRunner& runner) : log(lines) {
+        log.observe([&runner](const LogLine& line) { runner.noteLine(line); });
+    }
+    ~LogFeed() { log.observe({}); }
+    LogFeed(const LogFeed&) = delete;
+    LogFeed& operator=(const LogFeed&) = delete;
+
+private:
+    LogLines& log;
+};
+
 /// While the streams are still open.
 bool save(WorkspaceSessions& workspace, const std::string& path) {
     std::string error;
@@ -59,16 +80,17 @@ bool save(WorkspaceSessions& workspace, const std::string& path) {
     return false;
 }
 
-/// Streams until the end, saves and dumps, and closes the streams. True when all went well.
-bool streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& options) {
+/// Streams until the end, saves and dumps, and closes the streams.
+ExitStatus streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& options,
+                     LogLines& log) {
     reports.trace.attach(workspace.sessions());
-    FramePrinter printer(options.json);
-    SessionRunner runner(workspace.sessions(), options.limits, printer.receiver());
-    const StopRequest stop([&runner] {
-        logText(Log::Information, "Host", "Asked to end, closing the streams");
-        runner.requestEnd();
-    });
+    FramePrinter printer(options);
+    SessionRunner runner(workspace.sessions(), options.plan, printer.receiver());
+    const LogFeed feed(log, runner);
+    const StopRequest stop([&] { runner.requestEnd(); }, [&] { printer.stopForGood(); });
     runner.run();
+    if (runner.wasAskedToEnd())
+        logText(Log::Information, "Host", stopNotice(workspace.sessions()));
     if (!options.saveFile.empty() || !options.dumpFile.empty())
         runner.waitForBringUp();
     bool isGood = options.saveFile.empty() || save(workspace, options.saveFile);
@@ -76,7 +98,8 @@ bool streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& op
         isGood = reports.dump.write(workspace.sessions()) && isGood;
     runner.close();
     isGood = reports.trace.isComplete() && isGood;
-    return printer.succeeded() && runner.succeeded() && isGood;
+    isGood = printer.succeeded() && isGood;
+    return runner.status() == Done && !isGood ? StreamFailed : runner.status();
 }
 
 } // namespace
@@ -91,16 +114,16 @@ int listAlgorithms(const Options& options) {
     return Done;
 }
 
-int streamAlgorithm(const Options& options, LogLines&) {
+int streamAlgorithm(const Options& options, LogLines& log) {
     PluginLoader plugins;
     prepare(plugins, options);
     Reports reports(options);
     WorkspaceSessions workspace(plugins);
     workspace.add(options.subject, options);
-    return streamAll(workspace, reports, options) ? Done : StreamFailed;
+    return streamAll(workspace, reports, options, log);
 }
 
-int runWorkspace(const Options& options, LogLines&) {
+int runWorkspace(const Options& options, LogLines& log) {
     PluginLoader plugins;
     prepare(plugins, options);
     Reports reports(options);
@@ -113,7 +136,8 @@ int runWorkspace(const Options& options, LogLines&) {
         printError("workspace block left out: " + problem);
     if (workspace.sessions().empty())
         logText(Log::Warning, "Host", options.subject, " holds nothing that can be streamed");
-    return streamAll(workspace, reports, options) && problems.empty() ? Done : StreamFailed;
+    const ExitStatus status = streamAll(workspace, reports, options, log);
+    return status == Done && !problems.empty() ? StreamFailed : status;
 }
 
 } // namespace Morvalin::App

@@ -11,6 +11,12 @@ namespace Morvalin::App {
 /// Prints the algorithms of the plug-ins.
 int listAlgorithms(const Options& options);
 
+/// Prints what the serial port names stand for, and in what condition each port is.
+int listPorts(const Options& options);
+
+/// Prints where this program comes from, and the plug-ins that are found.
+int printVersion();
+
 /// Creates one algorithm and prints the frames of its stream.
 int streamAlgorithm(const Options& options, LogLines& log);
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 #include <boost/asio/executor_work_guard.hpp>
@@ -16,6 +17,9 @@ namespace Morvalin::App {
 
 namespace {
 
+/// Of signals that belong together; a person is slower.
+constexpr std::chrono::milliseconds togetherLimit{50};
+
 void writeLine(std::string& text) {
     replaceControlCharacters(text, ' ');
     text += '\n';
@@ -28,12 +32,11 @@ std::string timeText(std::chrono::system_clock::time_point time) {
     const std::chrono::year_month_day date(day);
     const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::milliseconds>(time - day));
     char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ ",
-                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                  static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
-                  static_cast<int>(clock.minutes().count()),
-                  static_cast<int>(clock.seconds().count()),
-                  static_cast<int>(clock.subseconds().count()));
+    std::snprintf(
+        text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ ", static_cast<int>(date.year()),
+        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+        static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+        static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
     return text;
 }
 
@@ -57,16 +60,41 @@ void print(const std::string& text, const std::string& what) {
         throw Refusal(StreamFailed, what + " could not be written: " + error);
 }
 
-StopRequest::StopRequest(std::function<void()> onRequest) : ending(events) {
+StopRequest::StopRequest(std::function<void()> onRequest, std::function<void()> beforeEnd) :
+    request(std::move(onRequest)), last(std::move(beforeEnd)), ending(events), gathering(events) {
     for (const int signal : stopSignals())
         ending.add(signal);
-    ending.async_wait([call = std::move(onRequest)](const boost::system::error_code& error, int) {
-        if (!error)
-            call();
-    });
+    await();
     thread = std::thread([this] {
         const auto work = boost::asio::make_work_guard(events);
         events.run();
+    });
+}
+
+void StopRequest::await() {
+    ending.async_wait([this](const boost::system::error_code& error, int) {
+        if (error)
+            return;
+        onSignal();
+        await();
+    });
+}
+
+/// Nothing is to be seen of a request before its time to gather is over, so that whoever reacts to
+/// it with a second signal is not taken for part of the first.
+void StopRequest::onSignal() {
+    if (stage == Stage::Requested) {
+        last();
+        writeErrorAtOnce("morvalin-host: ended at once, without closing the streams\n");
+        std::_Exit(EndedAtOnce);
+    }
+    if (std::exchange(stage, Stage::Gathering) == Stage::Gathering)
+        return;
+    gathering.expires_after(togetherLimit);
+    gathering.async_wait([this](const boost::system::error_code& error) {
+        stage = Stage::Requested;
+        if (!error)
+            request();
     });
 }
 

@@ -1,17 +1,11 @@
-#include <algorithm>
 #include <clocale>
 #include <exception>
-#include <filesystem>
-#include <system_error>
 
-#include <boost/dll/runtime_symbol_info.hpp>
-#include <boost/dll/shared_library.hpp>
-
-#include <morvalincore/FilePath.h>
 #include <morvalincore/Log.h>
 
 #include "app/Commands.h"
 #include "app/Console.h"
+#include "app/PluginFolder.h"
 #include "app/platform/StandardStreams.h"
 #include "session/Refusal.h"
 
@@ -19,41 +13,25 @@ namespace Morvalin::App {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-fs::path defaultFolder() {
-    return boost::dll::program_location().parent_path().parent_path() / "plugins";
-}
-
-/// The plug-ins in the folder "plugins" beside the program's own, sorted by name.
-std::vector<std::string> defaultPlugins() {
-    const fs::path folder = defaultFolder();
-    std::vector<std::string> files;
-    std::error_code ignored; // a folder that is missing holds no plug-ins
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored))
-        if (entry.path().extension() == boost::dll::shared_library::suffix())
-            files.push_back(toText(entry.path()));
-    if (files.empty())
-        throw Refusal(FileRefused,
-                      "there is no plug-in in " + toText(folder) + "; name one with --plugin");
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
 int execute(Options options) {
     Log::setLevel(options.logLevel);
-    LogLines log([withTime = options.logTime](const LogLine& line) { printLogLine(line, withTime); });
-    if (options.plugins.empty())
+    LogLines log(
+        [withTime = options.logTime](const LogLine& line) { printLogLine(line, withTime); });
+    if (options.plugins.empty() && options.command != Command::Version)
         options.plugins = defaultPlugins();
     switch (options.command) {
     case Command::List:
         return listAlgorithms(options);
+    case Command::Ports:
+        return listPorts(options);
     case Command::Stream:
         return streamAlgorithm(options, log);
     case Command::Run:
         return runWorkspace(options, log);
     case Command::Window:
         return runWindow(options);
+    case Command::Version:
+        return printVersion();
     }
     return WrongUsage;
 }

@@ -4,4 +4,8 @@ namespace Morvalin {
 
 Diagnosable::~Diagnosable() = default;
 
+Diagnosable::Waiting Diagnosable::waiting() const {
+    return {};
+}
+
 } // namespace Morvalin

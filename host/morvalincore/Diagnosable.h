@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -35,6 +36,16 @@ public:
     /// under way, or for as long as the stream takes to open. On return the receiver before it is
     /// not running and is not called any more. Without one, tracing costs nothing.
     virtual void setTraceSink(TraceSink sink) = 0;
+
+    struct Waiting {
+        std::string what;               ///< for people, such as "COM3"; empty: for nothing
+        std::chrono::seconds atMost{0}; ///< 0: not known
+    };
+
+    /// What at its device the object waits for, or would have to if it were closed now, and how
+    /// long that takes with a device that has fallen silent. Any thread, at once. For nothing by
+    /// default.
+    virtual Waiting waiting() const;
 };
 
 } // namespace Morvalin

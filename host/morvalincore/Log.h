@@ -44,8 +44,8 @@ public:
         const std::string* const former;
     };
 
-    /// The stream for which the calling thread works, empty when it works for none. For sinks: whose
-    /// message it is that they take. The text stays as long as the Source that names it.
+    /// The stream for which the calling thread works, empty when it works for none. For sinks:
+    /// whose message it is that they take. The text stays as long as the Source that names it.
     static const std::string& source() noexcept;
 
     /// The lowest level that is passed on; Information at program start.

@@ -13,6 +13,8 @@
 #include <morvalincore/FilePath.h>
 #include <morvalincore/LogText.h>
 
+#include "morvalinlib/platform/LibraryFile.h"
+
 namespace Morvalin {
 
 namespace {
@@ -53,6 +55,8 @@ shared_library openLibrary(const std::filesystem::path& path) {
         throw LoadError("no such file");
     if (!std::filesystem::is_regular_file(status))
         throw LoadError("not a file");
+    if (const std::string fault = libraryFileFault(path); !fault.empty())
+        throw LoadError("not a loadable library: " + fault);
     try {
         return shared_library(path, boost::dll::load_mode::rtld_now);
     } catch (const std::system_error& error) {
@@ -77,6 +81,16 @@ std::string readDescriptor(const shared_library& library) {
                         "with " +
                         inQuotes(PluginLoader::descriptorMagic));
     return text;
+}
+
+/// One of the pieces "key=value" of a descriptor, which are divided by bars.
+std::string descriptorValue(const std::string& descriptor, const std::string& key) {
+    const std::string marker = "|" + key + "=";
+    const std::size_t found = descriptor.find(marker);
+    if (found == std::string::npos)
+        return {};
+    const std::size_t begin = found + marker.size();
+    return descriptor.substr(begin, descriptor.find('|', begin) - begin);
 }
 
 template <class Function>
@@ -154,7 +168,8 @@ PluginLoader::LoadedPlugin PluginLoader::loadOrThrow(const std::string& path) co
     auto* const create = function<CreateFunction>(library, "morvalinCreatePlugin");
     keepResident(library);
 
-    LoadedPlugin result{readId(pluginId), path, nullptr};
+    LoadedPlugin result{readId(pluginId), path, descriptorValue(descriptor, "pluginversion"),
+                        nullptr};
     if (isAvailable(result.id))
         throw LoadError("a plug-in with the id " + inQuotes(result.id) + " is already loaded");
     result.plugin = createPlugin(create);

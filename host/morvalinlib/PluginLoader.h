@@ -45,6 +45,7 @@ public:
     struct LoadedPlugin {
         std::string id;
         std::string path;
+        std::string version; ///< as its descriptor says; mostly empty
         Pointer plugin;
     };
     const std::vector<LoadedPlugin>& plugins() const { return loaded; }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include <morvalinstream/StreamEvent.h>
 #include <morvalinstream/TrackingStreamData.h>
 
 namespace Morvalin::App {
@@ -18,6 +19,12 @@ public:
     /// because nobody reads them or they cannot be written.
     virtual bool take(const std::string& stream, std::uint64_t index,
                       const TrackingStreamData& frame) = 0;
+
+    /// Takes what else happened to a stream. What happened first comes first, and a change of an
+    /// instrument before the frame that shows it; an event that tells of no frames comes while
+    /// there are none. Called on any thread, of several at the same time, and while frames of other
+    /// streams are taken. Does nothing by default.
+    virtual void note(const std::string& stream, const StreamEvent& event);
 };
 
 } // namespace Morvalin::App

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <string_view>
 
 #include "outputs/FrameOutput.h"
@@ -12,30 +14,45 @@ namespace Morvalin::App {
 using FrameFormat = std::string (*)(const std::string& stream, std::uint64_t index,
                                     const TrackingStreamData& frame);
 
+/// Likewise of an event.
+using EventFormat = std::string (*)(const std::string& stream, const StreamEvent& event);
+
 /// One JSON object on one line. Numbers read back as the same double, values that are not numbers
 /// are null, bytes that are not UTF-8 become U+FFFD.
 std::string jsonFrame(const std::string& stream, std::uint64_t index,
                       const TrackingStreamData& frame);
+
+/// One JSON object on one line, whose first member is "event".
+std::string jsonEvent(const std::string& stream, const StreamEvent& event);
 
 /// A line for the frame and one for each instrument: position in millimetres, unit quaternion (w x
 /// y z) and quality. The main instrument is marked by an asterisk.
 std::string readableFrame(const std::string& stream, std::uint64_t index,
                           const TrackingStreamData& frame);
 
-/// Frames as text.
+/// Frames, and events if wanted, as text.
 class TextOutput : public FrameOutput {
 public:
     /// Writes the whole text of a frame; false when nothing can be written any more. Called on the
     /// threads of the streams, by one at a time.
     using Writer = std::function<bool(std::string_view text)>;
 
-    TextOutput(FrameFormat frameFormat, Writer textWriter);
+    /// Without a format for them, events are left out.
+    TextOutput(FrameFormat frameFormat, EventFormat eventFormat, Writer textWriter);
 
     bool take(const std::string& stream, std::uint64_t index,
               const TrackingStreamData& frame) override;
+    void note(const std::string& stream, const StreamEvent& event) override;
+
+    /// For the end of the process: nothing more is written after this, and nothing is half written
+    /// unless the writer takes longer than so. Whoever wants to write waits for ever.
+    void stopForGood(std::chrono::milliseconds patience);
 
 private:
-    const FrameFormat format;
+    bool put(const std::string& text);
+
+    const FrameFormat formatFrame;
+    const EventFormat formatEvent;
     const Writer write;
     std::mutex mutex;
     bool isOpen = true;

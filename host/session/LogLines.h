@@ -49,7 +49,8 @@ private:
     std::thread counting;
 };
 
-/// The category as people read it: "NDI", or "NDI (Aurora at COM3)" while there are several streams.
+/// The category as people read it: "NDI", or "NDI (Aurora at COM3)" while there are several
+/// streams.
 std::string categoryText(const LogLine& line);
 
 } // namespace Morvalin::App

@@ -16,6 +16,7 @@
 
 #include "session/PluginKeys.h"
 #include "session/Refusal.h"
+#include "session/SerialPortNames.h"
 #include "session/Suggestion.h"
 
 namespace Morvalin::App {
@@ -137,6 +138,7 @@ void prepare(PluginLoader& loader, const SessionOptions& options) {
     for (const std::string& file : options.plugins)
         if (!loader.load(file, error))
             throw Refusal(FileRefused, "plug-in " + error);
+    checkSerialPortNames(loader, options.serialPorts);
 }
 
 void applyOptions(const SessionOptions& options, const std::string& streamName,

@@ -38,7 +38,8 @@ struct SessionOptions {
 
 /// Everything that can be wrong with files and is known before anything is opened: checks that the
 /// tools' files can be read and the workspace written, tells the plug-ins what serial port names
-/// stand for, and loads them in their order. Throws Refusal.
+/// stand for, loads them in their order, and checks those names, which only plug-ins know. Throws
+/// Refusal.
 void prepare(PluginLoader& loader, const SessionOptions& options);
 
 /// Adds to the settings `target` of a stream what the options say: values as the kind that the

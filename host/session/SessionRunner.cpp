@@ -6,58 +6,94 @@
 
 #include <morvalincore/LogText.h>
 
+#include "session/EventText.h"
+
 namespace Morvalin::App {
 
 namespace {
 
-constexpr double longestRun = 1e9; ///< s: some thirty years, which every clock can count
+using Seconds = StreamKeeper::Seconds;
+
+constexpr Seconds longestRun{1e9}; ///< some thirty years, which every clock can count
+constexpr Seconds watchPeriod{0.1};
+
+/// A gap at the end of a run in which errors came counts from here on, before the stream would
+/// otherwise be called stalled.
+constexpr Seconds lostAfter{1.0};
+
+std::optional<Seconds> secondsOf(const std::optional<double>& number) {
+    return number ? std::optional(std::min(Seconds(*number), longestRun)) : std::nullopt;
+}
 
 } // namespace
 
-SessionRunner::SessionRunner(const Sessions& sessions, Limits runLimits, Receiver runReceiver) :
-    limits(runLimits), receiver(std::move(runReceiver)) {
+SessionRunner::SessionRunner(const Sessions& sessions, Plan runPlan, Receiver runReceiver) :
+    plan(runPlan), receiver(std::move(runReceiver)) {
     for (const std::unique_ptr<StreamSession>& session : sessions)
-        runs.push_back(std::make_unique<Run>(Run{*session, {}}));
+        runs.push_back(std::make_unique<Run>(*session));
+    for (const auto& one : runs)
+        connect(*one);
 }
 
 SessionRunner::~SessionRunner() {
     close();
 }
 
+void SessionRunner::noteLine(const LogLine& line) const {
+    if (line.level < Log::Error || line.source.empty())
+        return;
+    for (const auto& one : runs)
+        if (one->session.label() == line.source)
+            one->session.watch().onError(line.text);
+}
+
 void SessionRunner::run() {
     for (const auto& one : runs)
-        connect(*one);
-    for (const auto& one : runs)
         launch(*one);
+    watching = std::async(std::launch::async, [this] { watch(); });
     std::unique_lock lock(mutex);
-    changed.wait(lock, [this] { return isOver() || (limits.seconds && allLive(&Run::isRunning)); });
-    if (limits.seconds)
-        changed.wait_for(lock, std::chrono::duration<double>(std::min(*limits.seconds, longestRun)),
-                         [this] { return isOver(); });
+    changed.wait(lock, [this] { return isOver() || (plan.seconds && allLive(&Run::isSettled)); });
+    if (plan.seconds)
+        changed.wait_for(lock, *secondsOf(plan.seconds), [this] { return isOver(); });
     lock.unlock();
-    requestEnd();
+    end(Cause::Limit);
+    for (const auto& one : runs)
+        one->atEnd = one->session.status();
 }
 
 void SessionRunner::connect(Run& one) {
-    one.session.connect(
-        [this, &one](const std::string& label, std::uint64_t index, const auto& frame) {
-            if (isEnding)
-                return false;
-            if (receiver.frame(label, index, frame))
-                return countFrame(one);
-            requestEnd();
-            return false;
-        });
+    StreamWatch& watch = one.session.watch();
+    watch.setReceiver(
+        [this, &one](const StreamEvent& event) { receiver.event(one.session.label(), event); });
+    watch.setPatience(std::min({Seconds(StreamCondition::usualPatience),
+                                secondsOf(plan.stall).value_or(longestRun),
+                                secondsOf(plan.reconnect).value_or(longestRun)}));
+    one.session.connect([this, &one](std::uint64_t index, const TrackingStreamData& frame) {
+        return takeFrame(one, index, frame);
+    });
 }
 
 void SessionRunner::launch(Run& one) {
-    one.bringUp = std::async(std::launch::async,
-                             [this, &one] { onBroughtUp(one, one.session.bringUp(isEnding)); });
+    one.keeping = std::async(std::launch::async, [this, &one] {
+        StreamKeeper keeper(one.session,
+                            {isEnding, [this](Seconds time) { return isEndingWithin(time); },
+                             [&](StreamSession::Outcome outcome) { onSettled(one, outcome); },
+                             [&] { return !one.hasAllFrames; }});
+        keeper.keepUp(secondsOf(plan.reconnect));
+    });
 }
 
 /// False when the stream has as many as are wanted.
-bool SessionRunner::countFrame(Run& one) {
-    if (!limits.frames || ++one.framesTaken < *limits.frames)
+bool SessionRunner::takeFrame(Run& one, std::uint64_t index, const TrackingStreamData& frame) {
+    if (isEnding)
+        return false;
+    for (StreamEvent& change : one.tools.onFrame(frame))
+        one.session.watch().tell(std::move(change));
+    if (!receiver.frame(one.session.label(), index, frame)) {
+        end(Cause::Unread);
+        return false;
+    }
+    if (!plan.frames || ++one.framesTaken < *plan.frames)
         return true;
     const std::lock_guard lock(mutex);
     one.hasAllFrames = true;
@@ -65,24 +101,41 @@ bool SessionRunner::countFrame(Run& one) {
     return false;
 }
 
-void SessionRunner::onBroughtUp(Run& one, StreamSession::Outcome outcome) {
+void SessionRunner::onSettled(Run& one, StreamSession::Outcome outcome) {
     using Outcome = StreamSession::Outcome;
-    const std::lock_guard lock(mutex);
-    if (isEnding)
-        return;
-    one.isRunning = outcome == Outcome::Running;
-    one.hasFailed = outcome == Outcome::NotOpened || outcome == Outcome::NotStarted;
-    if (one.hasFailed) {
+    const bool isBad = outcome == Outcome::NotOpened || outcome == Outcome::NotStarted;
+    if (isBad && !plan.reconnect && !isEnding) {
         ++failures;
+        one.hasFailed = true;
         receiver.failure(one.session.label() + (outcome == Outcome::NotOpened
                                                     ? ": the stream did not open"
                                                     : ": the stream did not start"));
     }
+    const std::lock_guard lock(mutex);
+    one.isSettled = true;
     changed.notify_all();
 }
 
+/// Looks after all streams until the end.
+void SessionRunner::watch() {
+    while (!isEndingWithin(watchPeriod))
+        for (const auto& one : runs)
+            if (!one->hasAllFrames) {
+                one->session.tick();
+                checkStall(*one);
+            }
+}
+
+void SessionRunner::checkStall(const Run& one) {
+    if (!plan.stall || one.hasFailed || one.session.status().gap < *secondsOf(plan.stall))
+        return;
+    receiver.failure(one.session.label() + ": ends the run, no data for " +
+                     secondsText(*plan.stall));
+    end(Cause::Stall);
+}
+
 /// Of the streams that have not failed.
-bool SessionRunner::allLive(bool Run::*property) const {
+bool SessionRunner::allLive(std::atomic<bool> Run::*property) const {
     return std::all_of(runs.begin(), runs.end(),
                        [&](const auto& one) { return one->hasFailed || (*one).*property; });
 }
@@ -91,33 +144,73 @@ bool SessionRunner::isOver() const {
     return isEnding || allLive(&Run::hasFailed) || allLive(&Run::hasAllFrames);
 }
 
-void SessionRunner::requestEnd() {
+/// The first cause counts.
+void SessionRunner::end(Cause why) {
     {
         const std::lock_guard lock(mutex);
-        isEnding = true;
+        if (!isEnding.exchange(true))
+            cause = why;
         changed.notify_all();
     }
     receiver.ending();
 }
 
+bool SessionRunner::isEndingWithin(Seconds time) {
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, time, [this] { return isEnding.load(); });
+}
+
 void SessionRunner::waitForBringUp() {
     for (const auto& one : runs)
-        if (one->bringUp.valid())
-            one->bringUp.wait();
+        if (one->keeping.valid())
+            one->keeping.wait();
 }
 
 void SessionRunner::close() {
     if (runs.empty())
         return;
-    requestEnd();
+    end(Cause::Limit);
     std::vector<std::future<bool>> closings;
     for (const auto& one : runs)
         closings.push_back(one->session.closeLater());
     waitForBringUp();
-    for (std::size_t i = 0; i < runs.size(); ++i)
-        if (!closings[i].get())
-            logText(Log::Warning, "Host", runs[i]->session.label(), " did not close cleanly");
+    if (watching.valid())
+        watching.wait();
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        StreamSession& session = runs[i]->session;
+        // A keeper that had just looked whether it may go on has opened the stream behind that.
+        if (!(closings[i].get() & session.stream().close()))
+            logText(Log::Warning, "Host", session.label(), " did not close cleanly");
+        if (const std::string line = shortfall(*runs[i]); !line.empty()) {
+            ++failures;
+            receiver.failure(session.label() + ": " + line);
+        }
+        session.watch().setReceiver({});
+    }
     runs.clear();
+}
+
+/// What the stream was to give and did not, as far as that was not told yet; once it is closed.
+std::string SessionRunner::shortfall(const Run& one) const {
+    const bool wasRun = one.keeping.valid();
+    if (!wasRun || one.hasFailed || one.hasAllFrames || cause == Cause::Stall)
+        return {};
+    const StreamStatus& end = one.atEnd;
+    const std::string reason = one.session.status().reason;
+    const bool isLost = cause == Cause::Limit && end.gap >= lostAfter && !reason.empty();
+    const bool lacksAll = end.frames == 0 && cause == Cause::Limit;
+    if (!end.isStalled && !isLost && !lacksAll)
+        return {};
+    const std::string line = end.frames == 0
+                                 ? "there was no data"
+                                 : "no data for the last " + secondsText(Seconds(end.gap).count());
+    return reason.empty() ? line : line + ": " + reason;
+}
+
+ExitStatus SessionRunner::status() const {
+    if (cause == Cause::Stall)
+        return Stalled;
+    return failures == 0 ? Done : StreamFailed;
 }
 
 } // namespace Morvalin::App

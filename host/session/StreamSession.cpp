@@ -71,24 +71,32 @@ StreamSession::StreamSession(const PluginLoader& plugins, Properties& block) :
 void StreamSession::setLabel(const std::string& label) {
     uniqueName = label;
     openedStream->setLogName(label);
+    shared->watch.setLabel(label);
 }
 
 void StreamSession::follow() {
     connections.add(openedStream->stateChanged.connect(
-        [kept = watch, observed = openedStream](const Stream::StateChange& change) {
-            kept->activity.record(change, StreamStatus::Clock::now());
+        [kept = shared, observed = openedStream](const Stream::StateChange& change) {
+            kept->watch.onState(change);
             // On the thread that opens, so this only queues the start behind it.
             if (change.to == Stream::Open && kept->startsWhenOpen.exchange(false))
                 observed->start();
             if (change.to == Stream::Closed)
                 kept->startsWhenOpen = false;
         }));
+    connections.add(openedStream->output.connect(
+        [kept = shared](const std::shared_ptr<const Data>& data) { kept->onOutput(data.get()); }));
 }
 
 void StreamSession::configure(const SessionOptions& options) {
     Properties settings = saved;
     applyOptions(options, label(), configuration(), settings);
-    made->configure(&settings);
+    restore(settings);
+}
+
+void StreamSession::restore(const Properties& settings) {
+    given = settings;
+    made->configure(&given);
 }
 
 Properties StreamSession::configuration() const {
@@ -105,16 +113,27 @@ Diagnosable* StreamSession::diagnosable() const {
     return dynamic_cast<Diagnosable*>(openedStream);
 }
 
-void StreamSession::connect(FrameReceiver frameReceiver) {
-    receiver = std::move(frameReceiver);
-    connections.add(openedStream->output.connect(
-        [this](const std::shared_ptr<const Data>& data) { onOutput(data.get()); }));
+Diagnosable::Waiting StreamSession::waiting() const {
+    const Diagnosable* const found = diagnosable();
+    return found == nullptr ? Diagnosable::Waiting() : found->waiting();
 }
 
-void StreamSession::onOutput(const Data* data) {
+void StreamSession::tick() const {
+    watch().tick([this] { return waiting().what; });
+}
+
+void StreamSession::connect(FrameReceiver frameReceiver) {
+    shared->receiver = std::move(frameReceiver);
+}
+
+void StreamSession::Shared::onOutput(const Data* data) {
     const auto* const frame = dynamic_cast<const TrackingStreamData*>(data);
-    if (frame != nullptr && isWanted)
-        isWanted = receiver(uniqueName, frameCount++, *frame);
+    if (frame == nullptr)
+        return;
+    watch.onFrame([&] {
+        if (receiver && isWanted)
+            isWanted = receiver(frameCount++, *frame);
+    });
 }
 
 StreamSession::Outcome StreamSession::bringUp(const std::atomic<bool>& cancelled) const {
@@ -130,12 +149,12 @@ StreamSession::Outcome StreamSession::bringUp(const std::atomic<bool>& cancelled
 }
 
 void StreamSession::bringUpLater(bool starts) {
-    watch->startsWhenOpen = starts;
+    shared->startsWhenOpen = starts;
     openedStream->openAsync();
 }
 
 std::future<bool> StreamSession::closeLater() {
-    watch->startsWhenOpen = false;
+    shared->startsWhenOpen = false;
     return openedStream->closeAsync();
 }
 

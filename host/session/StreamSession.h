@@ -16,7 +16,7 @@
 #include <morvalinstream/TrackingStreamData.h>
 
 #include "session/SessionOptions.h"
-#include "session/StreamActivity.h"
+#include "session/StreamWatch.h"
 
 namespace Morvalin::App {
 
@@ -26,10 +26,9 @@ class StreamSession {
 public:
     enum class Outcome { Running, NotOpened, NotStarted, Cancelled };
 
-    /// Takes a frame, on the stream's thread: the label of the stream, the number of the frame from
-    /// 0, and the frame. False when no further frame is wanted.
-    using FrameReceiver = std::function<bool(const std::string& label, std::uint64_t index,
-                                             const TrackingStreamData& frame)>;
+    /// Takes a frame, on the stream's thread: the number of the frame from 0, and the frame. False
+    /// when no further frame is wanted.
+    using FrameReceiver = std::function<bool(std::uint64_t index, const TrackingStreamData& frame)>;
 
     /// Creates the algorithm that the block is named by, and its closed stream. The block outlives
     /// the session. Throws Refusal.
@@ -38,6 +37,10 @@ public:
     /// Configures the stream from its block and from what the options add. Throws Refusal when a
     /// setting does not fit, with nothing configured.
     void configure(const SessionOptions& options);
+    /// Configures the closed stream once more, from what configuration() said or configured() says.
+    void restore(const Properties& settings);
+    /// What it was last configured from.
+    const Properties& configured() const { return given; }
     /// The current settings. Any thread; waits while the stream talks to its device.
     Properties configuration() const;
     /// Makes these the settings that a save writes, beside what the block says of more.
@@ -56,10 +59,17 @@ public:
     Stream& stream() const { return *openedStream; }
     /// What tells of the stream's device; null for a stream that cannot. Belongs to the stream.
     Diagnosable* diagnosable() const;
-    /// What the stream is doing. Any thread.
-    StreamStatus status() const { return watch->activity.status(); }
+    /// What the stream waits for at its device. Any thread.
+    Diagnosable::Waiting waiting() const;
 
-    /// Hands the frames over from now on.
+    /// What the stream is doing. Any thread.
+    StreamStatus status() const { return shared->watch.status(); }
+    /// Where it is found out and told what happens to the stream.
+    StreamWatch& watch() const { return shared->watch; }
+    /// Lets the watch notice that time passes; to be called a few times a second. Any thread.
+    void tick() const;
+
+    /// Hands the frames over from now on. While the stream is closed.
     void connect(FrameReceiver frameReceiver);
 
     /// Opens and starts the stream unless it is asked to cancel in between. Any thread.
@@ -71,9 +81,16 @@ public:
 
 private:
     /// What the threads of the stream use; outlives the session while one of them still does.
-    struct Watch {
-        StreamActivity activity;
+    struct Shared {
+        void onOutput(const Data* data);
+
+        StreamWatch watch;
         std::atomic<bool> startsWhenOpen = false;
+
+        // On the stream's thread only, once connected.
+        FrameReceiver receiver;
+        std::uint64_t frameCount = 0;
+        bool isWanted = true;
     };
 
     struct Counted {
@@ -82,20 +99,14 @@ private:
     };
 
     void follow();
-    void onOutput(const Data* data);
 
     const Counted counted;
     Properties& saved;
-    std::shared_ptr<Watch> watch = std::make_shared<Watch>();
+    Properties given;
+    std::shared_ptr<Shared> shared = std::make_shared<Shared>();
     std::unique_ptr<Algorithm> made;
     Stream* openedStream = nullptr; ///< belongs to the algorithm
     std::string uniqueName;
-
-    // On the stream's thread only, once connected.
-    FrameReceiver receiver;
-    std::uint64_t frameCount = 0;
-    bool isWanted = true;
-
     SignalConnections connections;
 };
 

@@ -126,6 +126,7 @@ void StreamItem::measureRate(StreamStatus::Clock::time_point now) {
     const std::chrono::duration<double> passed = now - std::exchange(countedAt, now);
     const auto came = static_cast<double>(count - std::exchange(countedFrames, count));
     framesPerSecond = passed.count() > 0.0 ? came / passed.count() : 0.0;
+    used.tick();
     emit changed();
 }
 

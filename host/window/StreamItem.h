@@ -51,7 +51,8 @@ public:
     /// empty for nothing.
     QString remark() const;
     void setRemark(const QString& text);
-    /// Measures the frame rate since the last call; to be called about once a second.
+    /// Measures the frame rate since the last call and looks whether the stream stands still; to be
+    /// called about once a second.
     void measureRate(StreamStatus::Clock::time_point now);
 
     /// The settings as they were last read.

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "session/StreamActivity.h"
+#include "session/StreamCondition.h"
 
 namespace Morvalin::App {
 

@@ -1,5 +1,6 @@
 #include "simulator/Line.h"
 #include "simulator/posix/PtyTerminal.h"
+#include "simulator/posix/StaleLink.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
@@ -75,10 +76,11 @@ public:
     ~PtyLine() override { shut(); }
 
     void open() override {
+        removeStaleLink(m_link); // first: the new terminal may get the name of the one that is gone
         try {
             m_terminal.emplace();
             m_descriptor.emplace(m_context, m_terminal->device());
-            makeLink();
+            fs::create_symlink(m_terminal->hostPath(), m_link);
         } catch (const std::system_error& error) {
             release();
             throw StartError("cannot make the pseudo-terminal " + m_link.string() + ": " +
@@ -141,15 +143,6 @@ public:
     }
 
 private:
-    void makeLink() {
-        std::error_code error;
-        // A simulator that was killed leaves its link behind, pointing nowhere.
-        if (fs::is_symlink(fs::symlink_status(m_link, error)) && !fs::exists(m_link, error)) {
-            fs::remove(m_link, error);
-        }
-        fs::create_symlink(m_terminal->hostPath(), m_link);
-    }
-
     void removeLink() {
         std::error_code error;
         if (fs::read_symlink(m_link, error) == m_terminal->hostPath()) {

@@ -1,11 +1,13 @@
 #include "streams/internal/DeviceConnection.h"
 
 #include "streams/DeviceAddress.h"
+#include "streams/SerialPortInspection.h"
 #include "streams/internal/NdiLog.h"
 #include "streams/internal/OpenDevice.h"
 
 #include <boost/thread/lock_guard.hpp>
 
+#include <chrono>
 #include <utility>
 
 namespace Morvalin {
@@ -42,6 +44,27 @@ constexpr int operationTimeoutMs = 100;
 
 using ConnectionType = NDIConnectionData::ConnectionType;
 
+// What silence costs. A probe has two waits of 7 s; over TCP, a command may first wait for the
+// answer to the one before it.
+constexpr std::chrono::seconds connectLimit{21};
+constexpr std::chrono::seconds probeLimit{15};
+constexpr std::chrono::seconds serialAnswerLimit{5};
+constexpr std::chrono::seconds networkAnswerLimit{1};
+constexpr std::chrono::seconds initializationLimit{initializationTimeoutMs / 1000};
+
+std::chrono::seconds limitOf(const NDIConnectionData& connection, std::size_t answers) {
+    const auto count = static_cast<int>(answers);
+    return connection.connectionType == ConnectionType::Serial
+               ? serialAnswerLimit * count
+               : networkAnswerLimit * count + initializationLimit;
+}
+
+std::string placeOf(const NDIConnectionData& connection, const std::string& address) {
+    return connection.connectionType == ConnectionType::Serial
+               ? address
+               : address + ":" + std::to_string(connection.hardwareIPPort);
+}
+
 void logInvalidAddress() {
     logNdi(Log::Error, "Invalid Ip address or COM port!");
 }
@@ -52,18 +75,22 @@ bool probe(const NDIConnectionData& connection, const std::string& portName) {
     return code == 0;
 }
 
-bool answersProbe(const NDIConnectionData& connection, const std::string& portName) {
+bool answersProbe(NDIConnectionData& connection, const std::string& portName) {
+    connection.waiting.assign({portName, probeLimit});
     if (probe(connection, portName))
         return true;
     logNdi(Log::Error, "Failed to probe device!");
+    explainSerialPort(portName, false);
     return false;
 }
 
 std::optional<std::string> findSerialDevice(NDIConnectionData& connection) {
     logNdi(Log::Detail, "Searching for tracking devices...");
     std::optional<std::string> found = searchSerialPorts(connection);
-    if (!found)
+    if (!found) {
         logNdi(Log::Error, "No NDI tracking system found!");
+        explainSerialPorts();
+    }
     return found;
 }
 
@@ -81,6 +108,7 @@ std::optional<std::string> connectNetworkDevice(NDIConnectionData& connection) {
     if (holdsNetworkAddress(address)) {
         const std::int32_t port = connection.hardwareIPPort;
         logNdi(Log::Information, "Connecting to ", address, ":", port, " via IP...");
+        connection.waiting.assign({placeOf(connection, address), connectLimit});
         connection.device = OpenDevice::overNetwork(address, port);
         return address;
     }
@@ -122,6 +150,10 @@ std::optional<std::string> connectSerialDevice(NDIConnectionData& connection) {
 std::optional<std::string> searchSerialPorts(NDIConnectionData& connection) {
     for (int index = 0; index < serialPortCount; ++index) {
         const std::string name = serialPortName(index);
+        const std::string count =
+            std::to_string(index + 1) + " of " + std::to_string(serialPortCount);
+        connection.waiting.assign(
+            {name + ", serial port " + count, probeLimit * (serialPortCount - index)});
         if (!probe(connection, name))
             continue;
         connection.hardwareDevice.assign(name);
@@ -130,11 +162,24 @@ std::optional<std::string> searchSerialPorts(NDIConnectionData& connection) {
     return std::nullopt;
 }
 
+void awaitAnswers(NDIConnectionData& connection, const std::string& address, std::size_t count) {
+    connection.waiting.assign({placeOf(connection, address), limitOf(connection, count)});
+}
+
+/// A measurement, the end of tracking, and the link's speed.
+void awaitEnd(NDIConnectionData& connection, const std::string& address) {
+    const bool isSerial = connection.connectionType == ConnectionType::Serial;
+    connection.waiting.assign(
+        {placeOf(connection, address), isSerial ? 3 * serialAnswerLimit : 2 * networkAnswerLimit});
+}
+
 bool initializeDevice(NDIConnectionData& connection, const std::string& address, void* stream) {
     OpenDevice* const device = connection.device.get();
     traceNote(connection, "opened ", address, device == nullptr ? ": failed" : "");
     if (device == nullptr) {
         logNdi(Log::Error, "Connection could not be established!");
+        if (isSerialPortName(address))
+            explainSerialPort(address, true);
         return false;
     }
     logNdi(Log::Information, "Connection established at ", address, ". Using ",

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,6 +21,11 @@ std::optional<std::string> connectSerialDevice(NDIConnectionData& connection);
 /// Asks the serial ports in turn. Stores the name of the first one on which a device answers, and
 /// returns it; nothing, with nothing stored, when there is none.
 std::optional<std::string> searchSerialPorts(NDIConnectionData& connection);
+
+/// Notes what is waited for from now on: some answers of the device at that address, or, later,
+/// those to what is asked at the end.
+void awaitAnswers(NDIConnectionData& connection, const std::string& address, std::size_t count);
+void awaitEnd(NDIConnectionData& connection, const std::string& address);
 
 /// Lets errors of the device reach the log in the name of `stream`, sets the link up and
 /// initialises the device. Returns false when there is no device. What the device answers is not

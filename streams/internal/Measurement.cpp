@@ -32,7 +32,7 @@ std::vector<Position> places(int count) {
 std::vector<Position> binaryStrays(const DeviceRecord* device) {
     std::vector<Position> positions = places(deviceBxPassiveStrayCount(device));
     float position[3]{};
-    for (int i = 0; Position& place : positions) {
+    for (int i = 0; Position & place : positions) {
         deviceBxPassiveStray(device, i++, position);
         place = {position[0], position[1], position[2]};
     }
@@ -41,7 +41,7 @@ std::vector<Position> binaryStrays(const DeviceRecord* device) {
 
 std::vector<Position> textStrays(const DeviceRecord* device) {
     std::vector<Position> positions = places(deviceTxPassiveStrayCount(device));
-    for (int i = 0; Position& place : positions)
+    for (int i = 0; Position & place : positions)
         deviceTxPassiveStray(device, i++, place.data());
     return positions;
 }

@@ -38,6 +38,7 @@ class HostTest(unittest.TestCase):
         self.folder = tempfile.mkdtemp(prefix="host app ä")
         self.addCleanup(shutil.rmtree, self.folder)
         self.traffic = self.path("traffic")
+        self.simulators = []
 
     def path(self, name):
         return os.path.join(self.folder, name)
@@ -60,9 +61,11 @@ class HostTest(unittest.TestCase):
         text = f'<block name="Workspace"><block name="Algorithms">{text}</block></block>'
         return self.write(name, text)
 
-    def simulate(self, family="vega", *arguments):
-        """Starts a simulator; returns the settings with which the host reaches it."""
-        place = ["--listen", "0"] if family == "vega" else ["--pty", self.path(family)]
+    def simulate(self, family="vega", *arguments, place=None):
+        """Starts a simulator, at that port or link; returns the settings with which the host reaches
+        it."""
+        default, option = ("0", "--listen") if family == "vega" else (self.path(family), "--pty")
+        place = [option, place or default]
         plugged = ["--tool", "1:reference", "--tool", "2:probe"] if family == "aurora" else []
         process = subprocess.Popen(
             [SIMULATOR, "--family", family, *place, *plugged, *arguments],
@@ -71,6 +74,7 @@ class HostTest(unittest.TestCase):
             stderr=subprocess.PIPE,
         )
         self.addCleanup(self.end, process)
+        self.simulators.append(process)
         address = process.stdout.readline().decode().removeprefix("ready ").strip()
         if family == "vega":
             host, port = address.split(":")

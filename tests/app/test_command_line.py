@@ -38,9 +38,15 @@ class CommandLine(HostTest):
             ([*stream, "--frames", "0"], ["--frames", "above 0"]),
             ([*stream, "--frames=1.5"], ["--frames", "1.5"]),
             ([*stream, "--seconds=nan"], ["--seconds", "above 0"]),
+            ([*stream, "--reconnect", "0"], ["--reconnect", "above 0"]),
+            ([*stream, "--reconnect", "extra"], ['"extra"']),
+            ([*stream, "--events"], ["--events needs --json"]),
             ([*stream, "--log-level", "5"], ["--log-level", "5"]),
             ([*stream, "--set", "=3"], ["=3", "KEY=VALUE"]),
             ([*stream, "--serial-port", "COM3"], ["COM3", "NAME=PATH"]),
+            ([*stream, "--serial-port", "com3=x"], ['"com3"', 'mean "COM3"']),
+            ([*stream, "--serial-port", "COM12=x"], [r'mean "\\.\COM12"']),
+            ([*stream, "--serial-port", "/tmp/x=COM3"], [r"they are COM1 to \\.\COM20"]),
             ([*stream, "--tool", "a.rom@99999999999"], ["a.rom", "port"]),
             (["stream", "ndiTracking.auroratrackingstream"], [f'"{AURORA}"']),
             (["stream", "Nothing.Alike.AtAll"], [f"{VEGA}, {VICRA}"]),
@@ -88,14 +94,23 @@ class CommandLine(HostTest):
                 self.assert_one_line(err, "morvalin-host: ", *words)
         self.assertFalse(os.path.isfile(node))
 
-    def test_no_default_plugin(self):
+    def test_default_plugins_and_version(self):
         """Without --plugin the program looks beside the folder it stands in."""
         alone = self.path("bin/morvalin-host")
+
+        def version():
+            done = subprocess.run([alone, "--version"], capture_output=True, text=True, timeout=60)
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            first, *rest = done.stdout.splitlines()
+            self.assertRegex(first, r"^morvalin-host \d+\.\d+\.\d+( \(.+\))?, build type \w+, Qt 5")
+            return rest
+
         os.makedirs(self.path("bin"))
         shutil.copy(HOST, alone)
         done = subprocess.run([alone, "list"], capture_output=True, text=True, timeout=60)
         self.assertEqual((done.returncode, done.stdout), (3, ""))
         self.assert_one_line(done.stderr, os.path.join(self.folder, "plugins"), "--plugin")
+        self.assert_one_line("\n".join(version()), "there is no plug-in")
 
         os.makedirs(self.path("plugins"))
         os.symlink(PLUGIN, self.path("plugins/b.so"))
@@ -103,3 +118,9 @@ class CommandLine(HostTest):
         done = subprocess.run([alone, "list"], capture_output=True, text=True, timeout=60)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertIn(VEGA, done.stdout)
+        cut = self.path("plugins/a.so")
+        with open(PLUGIN, "rb") as whole, open(cut, "wb") as part:
+            part.write(whole.read()[:100000])
+        refused, loaded = version()
+        self.assertIn(f"not loaded: {cut}: not a loadable library: the file ends too early", refused)
+        self.assertEqual(loaded, "plug-in Morvalin.NDI: " + self.path("plugins/b.so"))

@@ -9,7 +9,7 @@ class Session(HostTest):
     def test_seconds_and_signals_end_a_run(self):
         for number in (None, signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(signal=number):
-                limit = ["--seconds", "0.05"] if number is None else []
+                limit = ["--seconds", "0.3"] if number is None else []
                 process = self.start_traced(*self.simulate(), *limit)
                 if number is not None:
                     self.wait_for_command("TSTART")
@@ -22,10 +22,8 @@ class Session(HostTest):
     def test_interrupt_while_opening_waits_for_the_device_and_closes(self):
         process = self.start_traced(*self.simulate("vega", "--fault", "late=1500@INIT"))
         self.wait_for_command("INIT")
-        for _ in range(3):
-            process.send_signal(signal.SIGINT)
-        self.assertIn(b"] Host: Asked to end", b"".join(process.stderr.readline() for _ in "123"))
         process.send_signal(signal.SIGINT)
+        self.assertTrue(any(b"] Host: stopping; waiting for NDI" in line for line in process.stderr))
         status, _, err = self.finish(process)
         self.assertEqual(status, 0, err)
         self.assertNotIn("TSTART:", self.commands())

@@ -1,6 +1,8 @@
 #include <morvalinlib/PluginLoader.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 #include <gmock/gmock.h>
@@ -20,13 +22,22 @@ std::string module(const std::string& name) {
     return TEST_PLUGIN_FOLDER "/" + name + TEST_PLUGIN_SUFFIX;
 }
 
+std::string contents(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 TEST(PluginLoader, RefusalsTellTheFaultInOneLine) {
     const TemporaryFolder folder;
+    const std::string whole = contents(module("first"));
     const std::pair<std::string, const char*> cases[] = {
         {folder.path / "none.so", "no such file"},
         {folder.path, "not a file"},
         {folder.write("text.so", "plain text"), "not a loadable library"},
         {folder.write("empty.so", ""), "not a loadable library"},
+        {folder.write("head.so", whole.substr(0, 40)), "not a loadable library"},
+        {folder.write("half.so", whole.substr(0, whole.size() / 2)), "the file ends too early"},
+        {folder.write("most.so", whole.substr(0, whole.size() - 1)), "the file ends too early"},
         {module("unresolved"), "symbolThatNobodyHas"},
         {HOST_LIBRARY, "not a plug-in: it has no descriptor"},
         {module("other_version"), "not a plug-in for this version of the host"},

@@ -88,7 +88,8 @@ TEST(LogLines, TellEveryLineOfManyThreadsAndWhoseItIs) {
     std::map<std::string, std::uint64_t> lost;
     for (const LogLine& line : written)
         lost[line.source + ":" + line.text.substr(0, 6)] +=
-            line.text == "lost" || line.text.front() != '\xE2' ? 1 : std::stoul(line.text.substr(8));
+            line.text == "lost" || line.text.front() != '\xE2' ? 1
+                                                               : std::stoul(line.text.substr(8));
     EXPECT_EQ(lost["a:lost"] + lost["a:… an"], 100u);
     EXPECT_EQ(lost["b:lost"] + lost["b:… an"], 100u);
     EXPECT_EQ(lost["a':nested"] + lost["b':nested"] + lost[":nobody"], 3u);

@@ -3,6 +3,7 @@
 import contextlib
 import os
 import re
+import resource
 import signal
 import socket
 import subprocess
@@ -13,6 +14,7 @@ import unittest
 
 PROGRAM = os.environ["NDI_SIMULATOR"]
 GUARD = 30  # seconds, only against a hang
+signal.signal(signal.SIGHUP, signal.SIG_DFL)  # whoever started the tests may ignore it
 
 
 def crc(data):
@@ -26,6 +28,12 @@ def crc(data):
 
 def framed(text):
     return b"%s%04X\r" % (text, crc(text))
+
+
+def limit_files():
+    """For preexec_fn: no file of the process may grow, as on a full disk."""
+    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (10, 10))
 
 
 def run(*arguments):
@@ -85,6 +93,8 @@ class Usage(unittest.TestCase):
             ("--family vega --listen 0 --fault explode", "'explode'"),
             ("--family vega --listen 0 --fault-kinds late,x", "'x'"),
             ("--family vega --listen 0 --stale-link 5", "--pty"),
+            ("--famly vega --listen 0", '"--famly"; did you mean "--family"'),
+            ("--family vega --listen 0 --rate 0", "--rate 0"),
         ):
             self.check(arguments, 2, expected)
 
@@ -93,6 +103,9 @@ class Usage(unittest.TestCase):
             port = str(taken.getsockname()[1])
             self.check(f"--family vega --listen {port}", 3, port)
             self.check(f"--family vega --pty {file.name}", 3, file.name)
+            os.symlink(file.name, link := file.name + ".link")  # a link, but to no terminal
+            self.addCleanup(os.unlink, link)
+            self.check(f"--family vega --pty {link}", 3, link)
             for place in ("--pty /nonexistent/port", "--listen 0 --trace /nonexistent/t"):
                 self.check(f"--family vega {place}", 3, place.split()[-1])
 
@@ -133,6 +146,33 @@ class Network(unittest.TestCase):
             ],
         )
 
+    def test_trace_that_is_cut_off_is_told_at_the_end(self):
+        with tempfile.NamedTemporaryFile() as trace:
+            process = subprocess.Popen(
+                [PROGRAM, "--family", "vega", "--listen", "0", "--trace", trace.name],
+                stdout=subprocess.PIPE,
+                stderr=subprocess.PIPE,
+                text=True,
+                preexec_fn=limit_files,
+            )
+            with process:
+                process.ready = process.stdout.readline()
+                with connect(process) as host:
+                    self.assertEqual(ask(host, b"INIT:"), b"OKAYA896\r")
+                process.terminate()
+                _, errors = process.communicate(timeout=GUARD)
+            self.assertEqual(process.returncode, 1)
+            self.assertRegex(errors, rf"\Andi-simulator: [^\n]*{trace.name}[^\n]*\n\Z")
+
+    def test_a_client_that_does_not_read_is_disconnected(self):
+        arguments = "--family vega --listen 0 --strays 200 --start-state tracking"
+        with simulator(*arguments.split()) as device:
+            with connect(device) as host, self.assertRaises(ConnectionError):
+                while True:
+                    host.write(framed(b"BX:1000") * 100)
+            with connect(device) as host:  # the next one is served
+                self.assertEqual(ask(host, b"TSTOP:"), b"OKAYA896\r")
+
     def test_same_seed_same_faults(self):
         def answers(seed):
             arguments = f"--family vega --listen 0 --fault-rate 0.5 --fault-kinds crc --seed {seed}"
@@ -147,15 +187,19 @@ class Terminal(unittest.TestCase):
     def test_link_comes_and_goes(self):
         with tempfile.TemporaryDirectory() as folder:
             link = os.path.join(folder, "port")
-            os.symlink("/nonexistent", link)  # left behind by a simulator that was killed
-            with simulator("--family", "vicra", "--pty", link, "--old-firmware") as device:
+            place = ["--family", "vicra", "--pty", link]
+            with simulator(*place) as device:
+                self.assertEqual(run(*place).returncode, 3)  # in use
+                end(device, signal.SIGKILL)
+            self.assertTrue(os.path.islink(link))  # left behind
+            with simulator(*place, "--old-firmware") as device:
                 self.assertEqual(device.ready, f"ready {link}\n")
                 with open(link, "r+b", buffering=0) as port:
                     self.assertEqual(termios.tcgetattr(port)[4], termios.B9600)
                     self.assertEqual(ask(port, b"INIT:"), b"OKAYA896\r")
                     refusal = framed(b"ERROR01")
                     self.assertEqual(ask(port, b"GETINFO:Features.Firmware.Version", 12), refusal)
-                    self.assertEqual(end(device)[0], 0)
+                    self.assertEqual(end(device, signal.SIGHUP)[0], 0)
                 self.assertFalse(os.path.lexists(link))
 
 

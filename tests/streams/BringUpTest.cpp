@@ -21,6 +21,13 @@ const char* const failed = "[4] Connection could not be established!";
 const char* const noProbe = "[4] Failed to probe device!";
 const char* const searching = "[1] Searching for tracking devices...";
 const char* const notFound = "[4] No NDI tracking system found!";
+const char* const noneThere = "[2] None of the serial ports COM1 to \\\\.\\COM20 is there";
+
+std::string notThere(const std::string& name) {
+    return "[2] " + name +
+           " (/nonexistent/port): not there: plug the adapter in, or let the name stand for "
+           "another port";
+}
 
 struct BadAddress {
     const char* address;
@@ -58,14 +65,14 @@ TEST(BringUp, RefusesAddresses) {
         return Lines{"[2] Connecting to " + address + ":70000 via IP...", failed};
     };
     const BadAddress table[] = {
-        {"", {networkOnly}, false, {searching, notFound}, false},
-        {"autopilot", {networkOnly}, false, {searching, notFound}, true},
+        {"", {networkOnly}, false, {searching, notFound, noneThere}, false},
+        {"autopilot", {networkOnly}, false, {searching, notFound, noneThere}, true},
         {"Auto", unknown, false, unknown, false},
         {"COM0", unknown, false, unknown, false},
-        {"COM3", {networkOnly}, false, {noProbe}, true},
+        {"COM3", {networkOnly}, false, {noProbe, notThere("COM3")}, true},
         {"COM10", unknown, false, unknown, false},
-        {"\\\\.\\COM10", {networkOnly}, false, {noProbe}, true},
-        {"\\\\.\\COM20", {networkOnly}, false, {noProbe}, true},
+        {"\\\\.\\COM10", {networkOnly}, false, {noProbe, notThere("\\\\.\\COM10")}, true},
+        {"\\\\.\\COM20", {networkOnly}, false, {noProbe, notThere("\\\\.\\COM20")}, true},
         {"\\\\.\\COM21", unknown, false, unknown, false},
         {"/dev/null", unknown, false, unknown, false},
         {"localhost", unknown, false, unknown, false},

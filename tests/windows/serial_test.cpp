@@ -1,3 +1,4 @@
+#include "protocol/port_condition.h"
 #include "tests/windows/TestDevice.h"
 
 #include <cstring>
@@ -130,9 +131,15 @@ TEST(Serial, RefusesWhatIsNoPort) {
         EXPECT_EQ(deviceOpenSerial(name), nullptr) << name;
         EXPECT_EQ(deviceProbePort(name), 0x200) << name;
     }
+    const auto condition = [](const std::string& name) {
+        return protocol::platform::inspectPort(name.c_str()).condition;
+    };
+    EXPECT_EQ(condition("COM9"), protocol::PortCondition::missing);
+    EXPECT_EQ(condition("C:\\windows\\win.ini"), protocol::PortCondition::notSerial);
+    EXPECT_EQ(condition(comName()), protocol::PortCondition::free);
     EXPECT_EQ(deviceOpenSerial(nullptr), nullptr);
-    EXPECT_EQ(serialAssignPort(19, "/dev/ttyUSB0"), 0);
-    EXPECT_EQ(serialAssignPort(20, "/dev/ttyUSB0"), -1);
+    EXPECT_EQ(serialAssignPort(19, "/nonexistent/port"), 0);
+    EXPECT_EQ(serialAssignPort(20, "/nonexistent/port"), -1);
 }
 
 // Pseudo-terminals have no modem signals, and under Windows a port without DSR has no device.

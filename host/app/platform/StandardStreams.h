@@ -15,6 +15,10 @@ void prepareStandardStreams();
 /// The signals that ask the program to end.
 std::vector<int> stopSignals();
 
+/// Writes to standard error, past the locks of others that write there. Nothing is written when
+/// that would have to wait for a reader.
+void writeErrorAtOnce(std::string_view text);
+
 /// Standard output. write() is used by one thread at a time, hurry() by any.
 class StandardOutput {
 public:

@@ -67,6 +67,12 @@ std::vector<int> stopSignals() {
     return signals;
 }
 
+void writeErrorAtOnce(std::string_view text) {
+    pollfd descriptor = {STDERR_FILENO, POLLOUT, 0};
+    if (pollAgain(&descriptor, 1, 0) > 0)
+        static_cast<void>(::write(STDERR_FILENO, text.data(), text.size()));
+}
+
 StandardOutput::StandardOutput() : state(std::make_unique<State>()) {
     int ends[2] = {-1, -1};
     if (::pipe2(ends, O_CLOEXEC) != 0)

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <system_error>
 
+#include <io.h>
+
 namespace Morvalin::App {
 
 struct StandardOutput::State {};
@@ -14,6 +16,11 @@ void prepareStandardStreams() {}
 
 std::vector<int> stopSignals() {
     return {SIGINT, SIGTERM, SIGBREAK};
+}
+
+// Whether a write would wait is not known here.
+void writeErrorAtOnce(std::string_view text) {
+    static_cast<void>(::_write(2, text.data(), static_cast<unsigned>(text.size())));
 }
 
 StandardOutput::StandardOutput() = default;

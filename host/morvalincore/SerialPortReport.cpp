@@ -1,0 +1,7 @@
+#include <morvalincore/SerialPortReport.h>
+
+namespace Morvalin {
+
+SerialPortReport::~SerialPortReport() = default;
+
+} // namespace Morvalin
