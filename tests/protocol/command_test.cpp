@@ -136,11 +136,19 @@ TEST_F(Command, WithoutConnection) {
 TEST_F(Command, RomUploadIsSixteenBlocksOrTheFirstFailure) {
     const std::string path =
         testing::TempDir() + "protocol_rom_" + std::to_string(simulator.port());
+    const std::string image = std::string(999, '7') + "\xFE"; // the rest is filled with zeros
     EXPECT_EQ(errorOf("INIT:"), 0);
-    simulator.clearLog();
-    std::ofstream(path, std::ios::binary) << std::string(2000, '7'); // more than a definition
-    EXPECT_EQ(deviceUploadRom(device.get(), 0x0A, path.c_str()), 0);
-    EXPECT_EQ(simulator.commands().size(), 16u);
+    for (const std::string& content : {image, image + std::string(1000, '\0')}) {
+        std::ofstream(path, std::ios::binary) << content;
+        simulator.clearLog();
+        EXPECT_EQ(deviceUploadRom(device.get(), 0x0A, path.c_str()), 0);
+        EXPECT_EQ(simulator.commands().size(), 16u);
+        simulator.withDevice([&](const ndisim::Device& tracker) {
+            const auto loaded = tracker.loadedImage(0x0A);
+            const std::string whole = image + std::string(24, '\0');
+            EXPECT_EQ(std::string(loaded.begin(), loaded.end()), whole);
+        });
+    }
     simulator.addFault("error=0A@PVWR:0A0080");
     EXPECT_EQ(deviceUploadRom(device.get(), 0x0A, path.c_str()), -1);
     EXPECT_EQ(deviceGetError(device.get()), 0x0A);
