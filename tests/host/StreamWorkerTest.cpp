@@ -13,6 +13,24 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
+TEST(StreamWorker, WorksAgainAndAgainFromRunningUntilStopped) {
+    ScriptedStream stream;
+    ASSERT_TRUE(stream.open());
+    for (int run = 0; run < 3; ++run) {
+        std::atomic<int> stateAtFirstCall{-1};
+        stream.work = [&] {
+            int none = -1;
+            stateAtFirstCall.compare_exchange_strong(none, stream.state());
+            return ScriptedStream::again();
+        };
+        ASSERT_TRUE(stream.start());
+        stream.awaitWork(stream.workCount + 5);
+        ASSERT_TRUE(stream.stop());
+        EXPECT_EQ(stateAtFirstCall, Stream::Running);
+    }
+    EXPECT_FALSE(stream.hasOverlapped);
+}
+
 TEST(StreamWorker, RestsWhilePausedUnlessTheStreamWantsToGoOn) {
     for (const bool worksInPause : {false, true}) {
         ScriptedStream stream;
