@@ -34,7 +34,7 @@ void apply(const App::Options& options, unsigned family) {
     Properties current;
     stream->configuration(&current);
     Properties settings;
-    App::applyOptions(options, stream->name(), current, settings);
+    App::applyOptions(options, stream->name(), {*stream, current}, settings);
     stream->configure(&settings);
     stream->configuration(&current);
 }

@@ -292,8 +292,8 @@ bool deviceGetThreadMode(const DeviceRecord* record);
 
 // Sends a tool definition file to a port handle in 16 PVWR commands; a file of less than 1,024
 // bytes is filled up with zeros, what lies beyond is ignored.
-//   result  0; -1 when the file cannot be read (nothing is sent) or a command failed
-//           (deviceGetError tells)
+//   result  0; -1 when the file cannot be read or is no plain file (nothing is sent) or a command
+//           failed (deviceGetError tells)
 int deviceUploadRom(DeviceRecord* record, int handle, const char* path);
 
 // The text of an error code: never null, never to be freed. Unknown codes have a text too.

@@ -1,6 +1,7 @@
 #include "protocol/device.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 namespace {
@@ -8,8 +9,20 @@ namespace {
 constexpr int kImageSize = 1024;
 constexpr int kBlockSize = 64;
 
+// A pipe or a device could keep us waiting for ever.
+bool isPlainFile(const char* path) noexcept {
+    try {
+        return std::filesystem::is_regular_file(path);
+    } catch (...) {
+        return false;
+    }
+}
+
 // A shorter file leaves the rest of the image as it is.
 bool readImage(const char* path, unsigned char (&image)[kImageSize]) {
+    if (!isPlainFile(path)) {
+        return false;
+    }
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "rb"), std::fclose);
     if (!file) {
         return false;

@@ -31,9 +31,9 @@ void NDITrackingStream::configure(const Properties* properties) {
     if (properties == nullptr)
         return;
     std::int32_t range = 0;
-    if (properties->param("maxRange", range) && range != maxRange())
+    if (properties->param(StreamKeys::range, range) && range != maxRange())
         setMaxRange(range);
-    for (const char* removed : {"startAfterInit", "blockingInit"})
+    for (const char* const removed : StreamKeys::removed)
         if (properties->hasParam(removed))
             logNdi(Log::Warning, "Parameter '", removed,
                    "' was removed as it was not used anymore");
@@ -46,9 +46,9 @@ void NDITrackingStream::configuration(Properties* properties) {
     const std::vector<std::string> options = maxRangeOptions();
     if (options.empty())
         return;
-    properties->setParam("maxRange", maxRange());
-    properties->setParamType("maxRange", Properties::choiceParameterType);
-    properties->setParamAttributes("maxRange", {{"values", joinOptions(options)}});
+    properties->setParam(StreamKeys::range, maxRange());
+    properties->setParamType(StreamKeys::range, Properties::choiceParameterType);
+    properties->setParamAttributes(StreamKeys::range, {{"values", joinOptions(options)}});
 }
 
 } // namespace Morvalin

@@ -4,6 +4,7 @@
 #include "streams/internal/Measurement.h"
 #include "streams/internal/NdiLog.h"
 #include "streams/internal/OpenDevice.h"
+#include "streams/internal/SettingDescriptions.h"
 #include "streams/internal/StreamProperties.h"
 #include "streams/internal/ToolSetup.h"
 
@@ -187,8 +188,8 @@ void PolarisAuroraTrackingStream<N>::configuration(Properties* properties) {
         return;
     writeConnection(*properties, *connection, measurementRateOptions());
     writeTargets(*properties, registeredTools.value());
-    properties->setParam("selectedInstrument", instrumentRegistry->mainId());
-    properties->setParamAttribute("selectedInstrument", "hidden", "true");
+    properties->setParam(StreamKeys::mainInstrument, instrumentRegistry->mainId());
+    properties->setParamAttribute(StreamKeys::mainInstrument, "hidden", "true");
 }
 
 template <int N>
@@ -197,14 +198,19 @@ void PolarisAuroraTrackingStream<N>::configure(const Properties* properties) {
     if (properties == nullptr)
         return;
     std::int32_t rate = 0;
-    if (properties->param("measurementRate", rate) && rate != measurementRate())
+    if (properties->param(StreamKeys::rate, rate) && rate != measurementRate())
         setMeasurementRate(rate);
     readConnection(*properties, *connection);
     if (auto tools = readTargets(*properties))
         registeredTools.assign(std::move(*tools));
     std::string mainId;
-    if (properties->param("selectedInstrument", mainId))
+    if (properties->param(StreamKeys::mainInstrument, mainId))
         pendingMainId.assign(mainId);
+}
+
+template <int N>
+std::vector<SettingDescription> PolarisAuroraTrackingStream<N>::describeSettings() const {
+    return describeStreamSettings(*makeConnection(isSerial), measurementRateOptions());
 }
 
 // ---- Diagnosis

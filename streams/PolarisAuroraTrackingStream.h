@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <morvalincore/Describable.h>
 #include <morvalincore/Diagnosable.h>
 
 #include "streams/Guarded.h"
@@ -72,7 +73,9 @@ constexpr int Aurora = 2;       ///< Aurora: electromagnetic, serial line
 /// belong to the host, which runs one at a time. The settings take effect at the next open, except
 /// setBinaryQueryMode(), which the next measurement obeys.
 template <int N>
-class PolarisAuroraTrackingStream : public NDITrackingStream, public Diagnosable {
+class PolarisAuroraTrackingStream : public NDITrackingStream,
+                                    public Diagnosable,
+                                    public Describable {
 public:
     /// How devices of a family are connected.
     using ConnectionType = NDIConnectionData::ConnectionType;
@@ -132,6 +135,10 @@ public:
     /// Writes them. An address that cannot be one of this family is cleared, also in the stream.
     /// Waits as maxRangeOptions() does.
     void configuration(Properties* properties) override;
+
+    // Describable
+
+    std::vector<SettingDescription> describeSettings() const override;
 
     // Diagnosable
 

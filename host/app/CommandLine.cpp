@@ -22,10 +22,10 @@ Ctrl-C stops and closes the streams before the program ends; pressed again, it e
 Exit status:
   0  done, also after Ctrl-C
   1  a stream did not open or start, gave no data at all or none at the end, a block of the
-     workspace was not understood, or frames, the workspace, the trace or the dump could not be
+     workspace could not be used, or frames, the workspace, the trace or the dump could not be
      written; everything else was still done
   2  wrong usage: an unknown option, algorithm or serial port name, a --set that does not fit its
-     property
+     property, a file that would be written over another one that is named
   3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
      nothing was opened
   4  ended by --stall
@@ -155,7 +155,8 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     const std::vector<std::string> leftover = app.remaining(true);
     const auto chosen = app.get_subcommands();
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
-        refuse("a command is missing: list, ports, stream, run or gui; --help tells more");
+        refuse(
+            "a command is missing: list, describe, ports, stream, run or gui; --help tells more");
     if (chosen.empty())
         refuse("unknown command \"" + leftover.front() + "\"" +
                suggestion(leftover.front(), commandNames(app)));
@@ -198,6 +199,10 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
         addCommand(app, Command::Window, "gui", "Show a window to use streams in", options);
     addSettingOptions(*window, options);
     addSubject(*window, "WORKSPACE", "a workspace file to begin with", false, options);
+    CLI::App* const describe = addCommand(app, Command::Describe, "describe",
+                                          "Print the settings of one algorithm's stream", options);
+    addSubject(*describe, "ALGORITHM-ID", "what to describe, as \"list\" prints it", true, options);
+    describe->add_flag("--json", options.json, "print one JSON array of objects");
     try {
         app.parse(reversedArguments(argc, argv));
     } catch (const CLI::CallForVersion&) {

@@ -1,12 +1,14 @@
 #include "app/Commands.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include <morvalincore/LogText.h>
 
 #include "app/Console.h"
 #include "app/DeviceReports.h"
+#include "app/OutputFiles.h"
 #include "app/platform/StandardStreams.h"
 #include "outputs/TextOutput.h"
 #include "session/Refusal.h"
@@ -115,6 +117,7 @@ int listAlgorithms(const Options& options) {
 }
 
 int streamAlgorithm(const Options& options, LogLines& log) {
+    checkOutputFiles(options);
     PluginLoader plugins;
     prepare(plugins, options);
     Reports reports(options);
@@ -126,17 +129,19 @@ int streamAlgorithm(const Options& options, LogLines& log) {
 int runWorkspace(const Options& options, LogLines& log) {
     PluginLoader plugins;
     prepare(plugins, options);
-    Reports reports(options);
+    std::optional<Reports> reports;
     WorkspaceSessions workspace(plugins);
     std::string error;
     if (!workspace.load(options.subject, error))
         throw Refusal(FileRefused, "workspace " + error);
+    checkOutputFiles(options, workspace.toolFiles());
+    reports.emplace(options);
     const std::vector<std::string> problems = workspace.createAll(options);
     for (const std::string& problem : problems)
-        printError("workspace block left out: " + problem);
+        printError(problem);
     if (workspace.sessions().empty())
         logText(Log::Warning, "Host", options.subject, " holds nothing that can be streamed");
-    const ExitStatus status = streamAll(workspace, reports, options, log);
+    const ExitStatus status = streamAll(workspace, *reports, options, log);
     return status == Done && !problems.empty() ? StreamFailed : status;
 }
 

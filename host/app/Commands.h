@@ -17,6 +17,9 @@ int listPorts(const Options& options);
 /// Prints where this program comes from, and the plug-ins that are found.
 int printVersion();
 
+/// Prints the settings of one algorithm's stream.
+int describeAlgorithm(const Options& options);
+
 /// Creates one algorithm and prints the frames of its stream.
 int streamAlgorithm(const Options& options, LogLines& log);
 

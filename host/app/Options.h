@@ -8,7 +8,7 @@
 
 namespace Morvalin::App {
 
-enum class Command { List, Ports, Stream, Run, Window, Version };
+enum class Command { List, Describe, Ports, Stream, Run, Window, Version };
 
 /// The command line, checked as far as it can be without looking at files.
 struct Options : SessionOptions {

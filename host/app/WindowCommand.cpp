@@ -8,6 +8,7 @@
 
 #include "app/Commands.h"
 #include "app/Console.h"
+#include "app/OutputFiles.h"
 #include "session/Refusal.h"
 #include "window/Look.h"
 #include "window/MainWindow.h"
@@ -59,6 +60,7 @@ int showWindow(QApplication& application, const PluginLoader& plugins, const Opt
 int runWindow(const Options& options) {
     if (options.subject.empty() && !(options.settings.empty() && options.tools.empty()))
         throw Refusal(WrongUsage, "--set and --tool are for the streams of a workspace; name one");
+    checkOutputFiles(options);
     PluginLoader plugins;
     prepare(plugins, options);
 

@@ -32,6 +32,8 @@ int execute(Options options) {
         return runWindow(options);
     case Command::Version:
         return printVersion();
+    case Command::Describe:
+        return describeAlgorithm(options);
     }
     return WrongUsage;
 }

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <optional>
 #include <system_error>
+#include <tuple>
 
 #include <boost/algorithm/string/finder.hpp>
 #include <boost/algorithm/string/iter_find.hpp>
@@ -183,6 +184,14 @@ void Properties::copyFrom(const Properties& other) {
     subBlocks = std::move(copy.subBlocks);
 }
 
-bool Properties::operator==(const Properties& other) const = default;
+bool Properties::Parameter::operator==(const Parameter& other) const {
+    return std::tie(key, value, kind, type, attributes) ==
+           std::tie(other.key, other.value, other.kind, other.type, other.attributes);
+}
+
+bool Properties::operator==(const Properties& other) const {
+    return std::tie(blockName, parameters, blockAttributes, subBlocks) ==
+           std::tie(other.blockName, other.parameters, other.blockAttributes, other.subBlocks);
+}
 
 } // namespace Morvalin

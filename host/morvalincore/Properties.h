@@ -17,6 +17,9 @@ namespace Morvalin {
 /// A parameter holds text, a 32-bit integer or a boolean and remembers which it was given. In a
 /// file that a person wrote it is usually plain text; asking for an integer or a boolean parses it.
 ///
+/// What was read from a file remembers the line where it stood, for messages: 0 when it was made by
+/// the program. Lines do not count when two blocks are compared.
+///
 /// A block is used by one thread at a time. A reference to a sub-block stays valid until its parent
 /// is destroyed, assigned or cleared, or copies another block.
 class MORVALINCORE_EXPORT Properties {
@@ -37,8 +40,9 @@ public:
         ValueKind kind = ValueKind::Text;
         int type = 0;
         Attributes attributes;
+        int line = 0;
 
-        bool operator==(const Parameter&) const = default;
+        bool operator==(const Parameter& other) const;
     };
 
     explicit Properties(std::string name = {});
@@ -46,6 +50,7 @@ public:
     const std::string& name() const { return blockName; }
     /// Safe while the parent's sub-blocks are being walked.
     void setName(std::string name);
+    int line() const { return sourceLine; }
 
     // Parameters
 
@@ -103,7 +108,7 @@ public:
 
     /// Removes parameters, attributes and sub-blocks; the name stays.
     void clear();
-    /// Deep copy of everything but the name, which stays this block's own.
+    /// Deep copy of everything but the name and the line, which stay this block's own.
     void copyFrom(const Properties& other);
     /// Same name, parameters, attributes and sub-blocks, in the same order.
     bool operator==(const Properties& other) const;
@@ -118,6 +123,7 @@ private:
     std::vector<Parameter> parameters;
     Attributes blockAttributes;
     std::list<Properties> subBlocks;
+    int sourceLine = 0;
 };
 
 } // namespace Morvalin

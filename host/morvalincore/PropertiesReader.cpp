@@ -67,7 +67,7 @@ int parseType(const pugi::xml_node& element, const std::string& text) {
 
 } // namespace
 
-Properties PropertiesReader::read(const pugi::xml_document& document) {
+Properties PropertiesReader::read(const pugi::xml_document& document, std::string_view text) {
     pugi::xml_node root;
     for (const pugi::xml_node& node : document) {
         if (node.type() == pugi::node_declaration && !root)
@@ -82,14 +82,25 @@ Properties PropertiesReader::read(const pugi::xml_document& document) {
     if (root.name() != std::string_view(XmlForm::block))
         fail(root, "the outermost element is " + tag(root) + ", not <block>");
     Properties result;
-    readBlock(root, result, 1);
+    PropertiesReader(text).readBlock(root, result, 1);
     return result;
+}
+
+/// Elements are asked for in the order of the text, so that it is gone through once.
+int PropertiesReader::lineOf(const pugi::xml_node& element) {
+    const std::string_view passed =
+        unread.substr(0, static_cast<std::size_t>(element.offset_debug() - offset));
+    line += static_cast<int>(std::count(passed.begin(), passed.end(), '\n'));
+    offset = element.offset_debug();
+    unread.remove_prefix(passed.size());
+    return line;
 }
 
 void PropertiesReader::readBlock(const pugi::xml_node& element, Properties& block, int depth) {
     if (depth > maximumDepth)
         fail(element, "more than " + std::to_string(maximumDepth) + " blocks inside each other");
     block.setName(readFields(element, {XmlForm::name}, {})[XmlForm::name]);
+    block.sourceLine = lineOf(element);
     std::unordered_set<std::string> keys;
     for (const pugi::xml_node& child : element) {
         expectElement(child);
@@ -115,6 +126,7 @@ Properties::Parameter PropertiesReader::readParameter(const pugi::xml_node& elem
     Properties::Parameter parameter;
     parameter.key = std::move(fields[XmlForm::name]);
     parameter.value = std::move(fields[XmlForm::value]);
+    parameter.line = lineOf(element);
     if (fields.contains(XmlForm::kind))
         parameter.kind = parseKind(element, fields[XmlForm::kind]);
     if (fields.contains(XmlForm::type))

@@ -41,19 +41,26 @@ class PropertiesReader {
 public:
     static constexpr int maximumDepth = 64;
 
-    /// Throws XmlFault.
-    static Properties read(const pugi::xml_document& document);
+    /// `text` is what the document was parsed from. Throws XmlFault.
+    static Properties read(const pugi::xml_document& document, std::string_view text);
 
 private:
     using Fields = std::map<std::string, std::string, std::less<>>;
 
-    static void readBlock(const pugi::xml_node& element, Properties& block, int depth);
-    static Properties::Parameter readParameter(const pugi::xml_node& element);
+    explicit PropertiesReader(std::string_view text) : unread(text) {}
+
+    void readBlock(const pugi::xml_node& element, Properties& block, int depth);
+    Properties::Parameter readParameter(const pugi::xml_node& element);
+    int lineOf(const pugi::xml_node& element);
     static void readAttribute(const pugi::xml_node& element, Properties::Attributes& attributes);
     static Fields readFields(const pugi::xml_node& element,
                              const std::vector<std::string_view>& required,
                              const std::vector<std::string_view>& optional);
     static void unescape(const pugi::xml_node& element, Fields& fields);
+
+    std::string_view unread;   ///< from the element that was looked at last
+    std::ptrdiff_t offset = 0; ///< of it
+    int line = 1;              ///< likewise
 };
 
 } // namespace Morvalin

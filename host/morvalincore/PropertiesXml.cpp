@@ -85,7 +85,7 @@ Properties parse(const std::string& text) {
         document.load_buffer(text.data(), text.size(), options, pugi::encoding_utf8);
     if (!result)
         throw XmlFault{result.offset, result.description()};
-    return PropertiesReader::read(document);
+    return PropertiesReader::read(document, text);
 }
 
 std::string describe(const XmlFault& fault, const std::string& text) {

@@ -115,6 +115,9 @@ bool Workspace::load(const std::string& path, Properties& root, std::string& err
     return report(path, error, [&] {
         Properties read = parse(readText(toPath(path)));
         WorkspaceConversionRegistry::instance().convert(read, path);
+        if (read.name() != rootName)
+            throw WorkspaceError("not a workspace: its outermost block is named \"" + read.name() +
+                                 "\", not \"Workspace\"");
         if (read.subProperties(algorithmsName) == nullptr)
             throw WorkspaceError("not a workspace: it has no block \"Algorithms\"");
         root = std::move(read);

@@ -7,8 +7,9 @@
 
 namespace Morvalin {
 
-/// Workspace files: a root block with the block "Algorithms", whose sub-blocks are named by the id
-/// of an algorithm and hold its settings. Everything else in the root is kept as it is.
+/// Workspace files: a root block "Workspace" with the block "Algorithms", whose sub-blocks are
+/// named by the id of an algorithm and hold its settings. Everything else in the root is kept as it
+/// is.
 ///
 /// Paths are UTF-8 on Windows and the system's bytes elsewhere. The functions never throw; on
 /// failure they return false and set `error` to one line that names the file and the fault.

@@ -10,16 +10,15 @@ namespace PluginKeys {
 
 /// The block of a stream's tools, one block for each, named by its file; --tool adds to it.
 inline constexpr const char* tools = "TrackingTargets";
-/// Of a tool: the definition file, and the port that it is for.
+/// Of a tool: the definition file (empty: none), and the port that it is for.
 inline constexpr const char* toolPath = "Path";
 inline constexpr const char* toolPort = "Port";
+/// Begins a path that names something inside a plug-in, not a file.
+inline constexpr const char* builtIn = ":/";
 
 /// The choice of the operating volume, whose outline the window draws. Known to an open device
 /// only, so a stream that was not open yet does not write it.
 inline constexpr const char* operatingVolume = "maxRange";
-/// Whole numbers that a stream takes but does not write before it has been open once, or only for
-/// one kind of connection: --set checks them all the same.
-inline constexpr const char* lateNumbers[] = {"hardwarePort", operatingVolume, "measurementRate"};
 
 /// The words that begin the text of an operating volume.
 inline constexpr std::string_view cube = "Cube ";

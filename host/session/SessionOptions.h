@@ -7,6 +7,8 @@
 #include <morvalincore/Properties.h>
 #include <morvalinlib/PluginLoader.h>
 
+#include "session/KnownSettings.h"
+
 namespace Morvalin::App {
 
 /// A stream property by its saved name.
@@ -42,10 +44,10 @@ struct SessionOptions {
 /// Refusal.
 void prepare(PluginLoader& loader, const SessionOptions& options);
 
-/// Adds to the settings `target` of a stream what the options say: values as the kind that the
-/// stream's own `current` settings give their key, tools behind those that are there. A key that
-/// the stream does not know is passed on with a warning. Throws Refusal when a value does not fit.
+/// Adds to the settings `target` of a stream what the options say: values as the kind of setting
+/// that they are for, tools behind those that are there. A key that the stream does not know is
+/// passed on with a warning. Throws Refusal when a value does not fit.
 void applyOptions(const SessionOptions& options, const std::string& streamName,
-                  const Properties& current, Properties& target);
+                  const KnownSettings& known, Properties& target);
 
 } // namespace Morvalin::App

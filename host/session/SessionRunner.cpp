@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <utility>
 
 #include <morvalincore/LogText.h>
@@ -79,7 +80,11 @@ void SessionRunner::launch(Run& one) {
                             {isEnding, [this](Seconds time) { return isEndingWithin(time); },
                              [&](StreamSession::Outcome outcome) { onSettled(one, outcome); },
                              [&] { return !one.hasAllFrames; }});
-        keeper.keepUp(secondsOf(plan.reconnect));
+        try {
+            keeper.keepUp(secondsOf(plan.reconnect));
+        } catch (const std::exception& exception) {
+            fail(one, exception.what());
+        }
     });
 }
 
@@ -104,15 +109,20 @@ bool SessionRunner::takeFrame(Run& one, std::uint64_t index, const TrackingStrea
 void SessionRunner::onSettled(Run& one, StreamSession::Outcome outcome) {
     using Outcome = StreamSession::Outcome;
     const bool isBad = outcome == Outcome::NotOpened || outcome == Outcome::NotStarted;
-    if (isBad && !plan.reconnect && !isEnding) {
-        ++failures;
-        one.hasFailed = true;
-        receiver.failure(one.session.label() + (outcome == Outcome::NotOpened
-                                                    ? ": the stream did not open"
-                                                    : ": the stream did not start"));
-    }
+    if (isBad && !plan.reconnect && !isEnding)
+        return fail(one, outcome == Outcome::NotOpened ? "the stream did not open"
+                                                       : "the stream did not start");
     const std::lock_guard lock(mutex);
     one.isSettled = true;
+    changed.notify_all();
+}
+
+/// Nothing more is to be expected of the stream.
+void SessionRunner::fail(Run& one, const std::string& reason) {
+    ++failures;
+    receiver.failure(one.session.label() + ": " + reason);
+    const std::lock_guard lock(mutex);
+    one.hasFailed = true;
     changed.notify_all();
 }
 
@@ -167,7 +177,7 @@ void SessionRunner::waitForBringUp() {
 }
 
 void SessionRunner::close() {
-    if (runs.empty())
+    if (std::exchange(isClosed, true))
         return;
     end(Cause::Limit);
     std::vector<std::future<bool>> closings;
@@ -187,7 +197,6 @@ void SessionRunner::close() {
         }
         session.watch().setReceiver({});
     }
-    runs.clear();
 }
 
 /// What the stream was to give and did not, as far as that was not told yet; once it is closed.

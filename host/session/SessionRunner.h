@@ -95,6 +95,7 @@ private:
     void launch(Run& one);
     bool takeFrame(Run& one, std::uint64_t index, const TrackingStreamData& frame);
     void onSettled(Run& one, StreamSession::Outcome outcome);
+    void fail(Run& one, const std::string& reason);
     void end(Cause why);
     bool isEndingWithin(StreamKeeper::Seconds time);
     void watch();
@@ -108,6 +109,7 @@ private:
     std::atomic<bool> isEnding = false;
     std::atomic<Cause> cause = Cause::None;
     std::atomic<int> failures = 0;
+    bool isClosed = false;
 
     std::mutex mutex; ///< for changes that are waited for
     std::condition_variable changed;

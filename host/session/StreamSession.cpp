@@ -90,7 +90,7 @@ void StreamSession::follow() {
 
 void StreamSession::configure(const SessionOptions& options) {
     Properties settings = saved;
-    applyOptions(options, label(), configuration(), settings);
+    applyOptions(options, label(), knownSettings(), settings);
     restore(settings);
 }
 

@@ -41,6 +41,8 @@ public:
     void restore(const Properties& settings);
     /// What it was last configured from.
     const Properties& configured() const { return given; }
+    /// The settings that the stream's block can have.
+    KnownSettings knownSettings() const { return {*openedStream, configuration()}; }
     /// The current settings. Any thread; waits while the stream talks to its device.
     Properties configuration() const;
     /// Makes these the settings that a save writes, beside what the block says of more.

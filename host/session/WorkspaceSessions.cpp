@@ -2,14 +2,25 @@
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
+#include <optional>
 #include <utility>
 
+#include <morvalincore/FilePath.h>
 #include <morvalinlib/Workspace.h>
 
+#include "session/BlockChecks.h"
 #include "session/Refusal.h"
 #include "session/SavedSettings.h"
+#include "session/ToolFiles.h"
 
 namespace Morvalin::App {
+
+namespace {
+
+constexpr const char* leftOut = "block left out: ";
+
+} // namespace
 
 WorkspaceSessions::WorkspaceSessions(const PluginLoader& loader) : plugins(loader) {
     clear();
@@ -20,6 +31,7 @@ void WorkspaceSessions::clear() {
     root.addSubProperties(Workspace::algorithmsName);
     saved = root;
     file.clear();
+    foreign.clear();
 }
 
 bool WorkspaceSessions::load(const std::string& path, std::string& error) {
@@ -29,6 +41,7 @@ bool WorkspaceSessions::load(const std::string& path, std::string& error) {
     root = std::move(loaded);
     saved = root;
     file = path;
+    foreign.clear();
     return true;
 }
 
@@ -39,17 +52,39 @@ std::list<Properties>& WorkspaceSessions::blocks() {
 
 std::vector<std::string> WorkspaceSessions::createAll(const SessionOptions& options) {
     std::vector<std::string> problems;
-    for (Properties& block : blocks()) {
-        std::unique_ptr<StreamSession> session;
-        try {
-            session = std::make_unique<StreamSession>(plugins, block);
-        } catch (const Refusal& refusal) {
-            problems.emplace_back(refusal.what());
-            continue;
-        }
-        adopt(std::move(session), options);
-    }
+    for (Properties& block : blocks())
+        if (std::unique_ptr<StreamSession> session = createChecked(block, problems))
+            adopt(std::move(session), options);
+    saved = root; // whole paths are no change
     return problems;
+}
+
+/// Null, with a problem more, when the block cannot be used.
+std::unique_ptr<StreamSession>
+WorkspaceSessions::createChecked(Properties& block, std::vector<std::string>& problems) {
+    std::unique_ptr<StreamSession> session;
+    try {
+        session = std::make_unique<StreamSession>(plugins, block);
+    } catch (const Refusal& refusal) {
+        foreign.insert(&block);
+        problems.push_back(place(file, block.line()) + leftOut + refusal.what());
+        return nullptr;
+    }
+    const std::vector<NamedTool> tools = resolveTools(block, folderOf(file));
+    const std::optional<Misfit> misfit = checkBlock(file, block, tools, session->knownSettings());
+    if (!misfit)
+        return session;
+    problems.push_back(place(file, misfit->line) + leftOut + misfit->fault);
+    return nullptr;
+}
+
+std::vector<std::string> WorkspaceSessions::toolFiles() const {
+    std::vector<std::string> files;
+    Properties resolved = *root.subProperties(Workspace::algorithmsName);
+    for (Properties& block : resolved.children())
+        for (const NamedTool& tool : resolveTools(block, folderOf(file)))
+            files.push_back(toText(tool.path));
+    return files;
 }
 
 StreamSession& WorkspaceSessions::add(const std::string& algorithmId,
@@ -92,7 +127,13 @@ void WorkspaceSessions::remove(const StreamSession& session) {
 }
 
 bool WorkspaceSessions::save(const std::string& path, std::string& error) {
-    if (!Workspace::save(path, root, error))
+    Properties written = root;
+    const std::filesystem::path folder = folderOf(path);
+    auto block = blocks().begin();
+    for (Properties& copy : written.subProperties(Workspace::algorithmsName)->children())
+        if (!foreign.contains(&*block++))
+            shortenTools(copy, folder);
+    if (!Workspace::save(path, written, error))
         return false;
     saved = root;
     file = path;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <list>
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,12 +28,15 @@ public:
     void clear();
 
     /// Creates and configures the session of every block. A block that is no stream algorithm of
-    /// the plug-ins, or whose stream cannot be created, is left out and costs a line. Throws
-    /// Refusal when a setting does not fit.
+    /// the plug-ins, whose stream cannot be created, or that says something that does not fit, is
+    /// left out and costs a line that begins with "FILE:LINE: ". Throws Refusal when a setting of
+    /// the options does not fit.
     std::vector<std::string> createAll(const SessionOptions& options);
     /// Adds a block with its session. Throws Refusal, with nothing added.
     StreamSession& add(const std::string& algorithmId, const SessionOptions& options);
     const Sessions& sessions() const { return created; }
+    /// The tool definition files that the blocks name, as whole paths.
+    std::vector<std::string> toolFiles() const;
 
     /// Destroys a session; its block stays.
     void end(const StreamSession& session);
@@ -39,7 +44,8 @@ public:
     void remove(const StreamSession& session);
 
     /// Writes the workspace with the settings that the sessions were told to keep; it belongs to
-    /// that file from then on. False with one line on failure.
+    /// that file from then on. Tools below the file's folder are named relative to it. False with
+    /// one line on failure.
     bool save(const std::string& path, std::string& error);
     /// Likewise, with the settings that the streams have now.
     bool saveCurrent(const std::string& path, std::string& error);
@@ -50,12 +56,15 @@ public:
 
 private:
     std::list<Properties>& blocks();
+    std::unique_ptr<StreamSession> createChecked(Properties& block,
+                                                 std::vector<std::string>& problems);
     StreamSession& adopt(std::unique_ptr<StreamSession> session, const SessionOptions& options);
     std::string uniqueLabel(const std::string& name) const;
 
     const PluginLoader& plugins;
     Properties root;
     Properties saved;
+    std::set<const Properties*> foreign; ///< blocks of root that nobody understands
     std::string file;
     Sessions created;
 };

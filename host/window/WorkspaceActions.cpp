@@ -83,7 +83,7 @@ bool WorkspaceActions::load(const QString& path, const SessionOptions& options,
     const QString text = lines.join(QLatin1Char('\n'));
     if (!text.isEmpty()) // once the window is shown
         QTimer::singleShot(0, this, [this, text] {
-            tell(tr("Some parts of the workspace are not understood. They are left out here and "
+            tell(tr("Some parts of the workspace cannot be used. They are left out here and "
                     "stay in the file."),
                  text);
         });

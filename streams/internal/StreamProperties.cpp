@@ -11,12 +11,6 @@ namespace {
 
 using ConnectionType = NDIConnectionData::ConnectionType;
 
-constexpr const char* addressKey = "hardwareDevice";
-constexpr const char* portKey = "hardwarePort";
-constexpr const char* rateKey = "measurementRate";
-constexpr const char* binaryKey = "binaryQueryMode";
-constexpr const char* targetsKey = "TrackingTargets";
-
 bool isUsable(const std::string& address, ConnectionType type) {
     if (type == ConnectionType::Serial)
         return asksForSearch(address) || isSerialPortName(address);
@@ -42,54 +36,57 @@ std::string joinOptions(const std::vector<std::string>& options) {
 
 void writeConnection(Properties& properties, NDIConnectionData& connection,
                      const std::vector<std::string>& measurementRateOptions) {
-    properties.setParam(addressKey, usableAddress(connection));
+    properties.setParam(StreamKeys::address, usableAddress(connection));
     if (connection.connectionType == ConnectionType::Serial) {
-        properties.setParamAttribute(addressKey, "label", "COM port");
-        properties.setParamAttribute(addressKey, "tooltip", "Auto-detect COM port upon open");
-        properties.setParam(rateKey, connection.measurementRate.load());
-        properties.setParamType(rateKey, Properties::choiceParameterType);
-        properties.setParamAttribute(rateKey, "values", joinOptions(measurementRateOptions));
+        properties.setParamAttribute(StreamKeys::address, "label", "COM port");
+        properties.setParamAttribute(StreamKeys::address, "tooltip",
+                                     "Auto-detect COM port upon open");
+        properties.setParam(StreamKeys::rate, connection.measurementRate.load());
+        properties.setParamType(StreamKeys::rate, Properties::choiceParameterType);
+        properties.setParamAttribute(StreamKeys::rate, "values",
+                                     joinOptions(measurementRateOptions));
     } else {
-        properties.setParam(portKey, connection.hardwareIPPort.load());
-        properties.setParamAttribute(addressKey, "label", "IP address");
+        properties.setParam(StreamKeys::port, connection.hardwareIPPort.load());
+        properties.setParamAttribute(StreamKeys::address, "label", "IP address");
     }
-    properties.setParam(binaryKey, connection.binaryQueryMode.load());
+    properties.setParam(StreamKeys::binary, connection.binaryQueryMode.load());
 }
 
 void readConnection(const Properties& properties, NDIConnectionData& connection) {
     std::string address;
-    if (properties.param(addressKey, address))
+    if (properties.param(StreamKeys::address, address))
         connection.hardwareDevice.assign(address);
     std::int32_t port = 0;
-    if (properties.param(portKey, port))
+    if (properties.param(StreamKeys::port, port))
         connection.hardwareIPPort = port;
     bool binary = false;
-    if (properties.param(binaryKey, binary))
+    if (properties.param(StreamKeys::binary, binary))
         connection.binaryQueryMode = binary;
 }
 
 void writeTargets(Properties& properties, const std::vector<NDITrackingInstrumentInfo>& tools) {
-    Properties* const written = properties.subProperties(targetsKey);
-    Properties& targets = written != nullptr ? *written : properties.addSubProperties(targetsKey);
+    Properties* const written = properties.subProperties(StreamKeys::tools);
+    Properties& targets =
+        written != nullptr ? *written : properties.addSubProperties(StreamKeys::tools);
     targets.clear();
     targets.setAttribute("hidden", "true");
     for (const NDITrackingInstrumentInfo& tool : tools) {
         Properties& target = targets.addSubProperties(tool.name);
-        target.setParam("Path", tool.romFile);
-        target.setParam("Port", tool.port);
+        target.setParam(StreamKeys::toolPath, tool.romFile);
+        target.setParam(StreamKeys::toolPort, tool.port);
     }
 }
 
 std::optional<std::vector<NDITrackingInstrumentInfo>> readTargets(const Properties& properties) {
-    const Properties* const targets = properties.subProperties(targetsKey);
+    const Properties* const targets = properties.subProperties(StreamKeys::tools);
     if (targets == nullptr)
         return std::nullopt;
     std::vector<NDITrackingInstrumentInfo> tools;
     for (const Properties& target : targets->children()) {
         NDITrackingInstrumentInfo tool;
         tool.name = target.name();
-        target.param("Port", tool.port);
-        if (target.param("Path", tool.romFile))
+        target.param(StreamKeys::toolPort, tool.port);
+        if (target.param(StreamKeys::toolPath, tool.romFile))
             tools.push_back(std::move(tool));
     }
     return tools;

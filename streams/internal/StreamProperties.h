@@ -12,6 +12,21 @@ namespace Morvalin {
 
 class Properties;
 
+/// Names of the settings.
+namespace StreamKeys {
+inline constexpr const char* address = "hardwareDevice";
+inline constexpr const char* port = "hardwarePort";
+inline constexpr const char* rate = "measurementRate";
+inline constexpr const char* binary = "binaryQueryMode";
+inline constexpr const char* range = "maxRange";
+inline constexpr const char* mainInstrument = "selectedInstrument";
+inline constexpr const char* tools = "TrackingTargets";
+inline constexpr const char* toolPath = "Path";
+inline constexpr const char* toolPort = "Port";
+/// Of older versions.
+inline constexpr const char* removed[] = {"startAfterInit", "blockingInit"};
+} // namespace StreamKeys
+
 /// The options of a choice as the host's panels take them: "a, b, c".
 std::string joinOptions(const std::vector<std::string>& options);
 

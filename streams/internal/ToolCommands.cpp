@@ -34,7 +34,12 @@ void readResource(const std::string& path, Image& image) {
 
 void readFile(const std::string& path, Image& image) {
     const std::u8string utf8(path.begin(), path.end());
-    std::ifstream file(std::filesystem::path(utf8), std::ios::binary);
+    const std::filesystem::path name(utf8);
+    // A pipe or a device could keep the stream waiting for ever.
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(name, ignored))
+        return;
+    std::ifstream file(name, std::ios::binary);
     file.read(image.data(), imageSize);
 }
 

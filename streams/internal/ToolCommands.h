@@ -24,7 +24,8 @@ std::int32_t requestPortHandle(OpenDevice& device);
 /// Reads a tool definition and writes it to a port handle of the device.
 ///
 /// The path names a file, or, when it begins with ":/", a resource of the program. What cannot be
-/// read counts as zeros, as does what a definition of less than 1,024 bytes lacks.
+/// read, and what is no plain file, counts as zeros, as does what a definition of less than 1,024
+/// bytes lacks.
 ///
 /// Returns 0, or -1 after the first command that failed. The part number is stored if it consists
 /// of decimal digits, else it stays as it was; one beyond 32 bits throws std::out_of_range.

@@ -85,6 +85,10 @@ class CommandLine(HostTest):
             (["run", self.folder], [self.folder, "is a folder"]),
             (["run", text], ["text.so", "not a workspace"]),
             (["run", self.write("a.xml", "<block name=''/>")], ["a.xml", "not a workspace"]),
+            (
+                ["run", self.write("c.xml", '<block name="W"><block name="Algorithms"/></block>')],
+                ["c.xml", "not a workspace", '"W"'],
+            ),
             (["run", self.write("b.xml", " " * (17 << 20))], ["b.xml", "not a workspace"]),
         ]
         for arguments, words in cases:

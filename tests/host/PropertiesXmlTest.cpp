@@ -93,6 +93,9 @@ TEST(PropertiesXml, ReadsWhatAPersonWrites) {
     expected.setParam("on", "true");
     expected.setParam("device", "\\\\.\\COM12 AB'");
     EXPECT_EQ(root, expected);
+    EXPECT_EQ(root.line(), 3);
+    EXPECT_EQ(root.subProperties("x")->line(), 4);
+    EXPECT_EQ(root.findParam("on")->line, 6);
 }
 
 TEST(PropertiesXml, RefusesInOneLineThatNamesTheFault) {

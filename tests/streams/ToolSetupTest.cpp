@@ -1,6 +1,8 @@
 #include "tests/faults/FrameCheck.h"
 #include "tests/streams/Rig.h"
 
+#include <sys/stat.h>
+
 #include <morvalincore/Properties.h>
 
 namespace Morvalin {
@@ -93,6 +95,15 @@ TEST(OpticalTools, AreNamedByTheirPartNumber) {
         rig.simulator.withDevice(
             [&](ndisim::Device& device) { EXPECT_EQ(device.loadedImage(0x0A), contentOf(path)); });
     }
+}
+
+TEST(OpticalTools, AreNotWaitedForWhenTheFileIsAPipe) {
+    Rig<Vega> rig;
+    const std::string path = rig.folder.path / "pipe.rom";
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    rig.stream.registerTool({"pipe", path, 1, -1});
+    EXPECT_TRUE(rig.stream.open());
+    EXPECT_THAT(rig.log.take(Log::Warning), testing::Contains(reservedNumber));
 }
 
 TEST(OpticalTools, AreSkippedWhenTheUploadFails) {

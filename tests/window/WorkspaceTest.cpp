@@ -152,6 +152,11 @@ TEST_F(Workspaces, WhatCannotBeReadIsToldAndCostsNothing) {
     ASSERT_TRUE(waitUntil([&] { return message() != nullptr; }));
     EXPECT_THAT(message()->informativeText().toStdString(), testing::HasSubstr("Elsewhere.Camera"));
     answer(QMessageBox::Ok);
+    open(vega, {{"measurementRate", "fast"}});
+    ASSERT_TRUE(waitUntil([&] { return message() != nullptr; }));
+    EXPECT_THAT(message()->informativeText().toStdString(),
+                testing::ContainsRegex("w.xml:[0-9]+: .*measurementRate=fast"));
+    answer(QMessageBox::Ok);
     add();
     std::ofstream(path("bad.xml")) << "<block name=";
     for (const char* const file : {"bad.xml", "missing.xml"}) {

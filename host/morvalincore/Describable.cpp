@@ -1,0 +1,7 @@
+#include <morvalincore/Describable.h>
+
+namespace Morvalin {
+
+Describable::~Describable() = default;
+
+} // namespace Morvalin
