@@ -8,11 +8,14 @@
 namespace Morvalin::App {
 
 OutputSet::File::File(const char* option, const std::string& path, FrameFormat frameFormat,
-                      EventFormat eventFormat, std::string_view head) :
-    writer(option, path, head, printError),
+                      EventFormat eventFormat, std::string_view head,
+                      FileWriter::WhenFull whenFull) :
+    writer(option, path, head, whenFull, printError),
     lines(frameFormat, eventFormat, [this](std::string_view text) { return writer.put(text); }) {}
 
 OutputSet::OutputSet(const Options& options) :
+    whenFull(options.command == Command::Play ? FileWriter::WhenFull::Wait
+                                              : FileWriter::WhenFull::LeaveOut),
     printed(options.json ? jsonFrame : readableFrame, options.events ? jsonEvent : nullptr,
             [this](std::string_view text) {
                 return output.write(text, error) == StandardOutput::Result::Written;
@@ -27,7 +30,8 @@ void OutputSet::add(const char* option, const std::string& path, FrameFormat fra
     if (path.empty())
         return;
     try {
-        files.push_back(std::make_unique<File>(option, path, frameFormat, eventFormat, head));
+        files.push_back(
+            std::make_unique<File>(option, path, frameFormat, eventFormat, head, whenFull));
     } catch (const std::runtime_error& failure) {
         throw Refusal(FileRefused, failure.what());
     }

@@ -35,7 +35,7 @@ public:
 private:
     struct File {
         File(const char* option, const std::string& path, FrameFormat frameFormat,
-             EventFormat eventFormat, std::string_view head);
+             EventFormat eventFormat, std::string_view head, FileWriter::WhenFull whenFull);
 
         FileWriter writer;
         TextOutput lines;
@@ -44,6 +44,8 @@ private:
     void add(const char* option, const std::string& path, FrameFormat frameFormat,
              EventFormat eventFormat, std::string_view head);
 
+    /// Streams go on while a file does not keep up; a recording can wait.
+    const FileWriter::WhenFull whenFull;
     StandardOutput output;
     std::string error;
     TextOutput printed;

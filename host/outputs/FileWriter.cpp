@@ -24,9 +24,9 @@ std::string lastSystemError() {
 } // namespace
 
 FileWriter::FileWriter(const std::string& role, const std::string& filePath, std::string_view head,
-                       Failure onFailure) :
+                       WhenFull whenFull, Failure onFailure) :
     name(role + " " + filePath),
-    path(filePath), failure(std::move(onFailure)) {
+    path(filePath), waitsForRoom(whenFull == WhenFull::Wait), failure(std::move(onFailure)) {
     errno = 0;
     file.open(toPath(path), std::ios::binary);
     if (!file)
@@ -40,7 +40,11 @@ FileWriter::~FileWriter() {
 }
 
 bool FileWriter::put(std::string_view lines) {
-    const std::lock_guard lock(mutex);
+    std::unique_lock lock(mutex);
+    if (waitsForRoom)
+        changed.wait(lock, [&] {
+            return hasFailed || waiting.empty() || waiting.size() + lines.size() <= waitingLimit;
+        });
     if (hasFailed || isEnding)
         return false;
     if (waiting.size() + lines.size() > waitingLimit) {
@@ -48,7 +52,7 @@ bool FileWriter::put(std::string_view lines) {
         return true;
     }
     waiting += lines;
-    changed.notify_one();
+    changed.notify_all();
     return true;
 }
 
@@ -58,13 +62,13 @@ bool FileWriter::finish() {
     {
         const std::lock_guard lock(mutex);
         isEnding = true;
-        changed.notify_one();
+        changed.notify_all();
     }
     thread.join();
     errno = 0;
     file.close();
     if (!hasFailed && !file)
-        fail(lastSystemError());
+        fail(lastSystemError(), 0);
     else if (leftOut > 0)
         failure(name + ": " + std::to_string(leftOut) + " frames or events are missing in it");
     return !hasFailed && leftOut == 0;
@@ -78,6 +82,7 @@ void FileWriter::run() {
         if (waiting.empty())
             return;
         std::swap(batch, waiting);
+        changed.notify_all();
         lock.unlock();
         const bool isWritten = write(batch);
         batch.clear();
@@ -100,22 +105,24 @@ bool FileWriter::write(const std::string& lines) {
         writtenSize += lines.size();
         return true;
     }
-    fail(lastSystemError());
+    fail(lastSystemError(), lines.size());
     return false;
 }
 
-/// Half a line at the end could pass for a whole one, with other numbers.
-void FileWriter::fail(const std::string& reason) {
+/// Half a line at the end could pass for a whole one, with other numbers. A file that cannot be the
+/// one that was written, since that was renamed, stays as it is.
+void FileWriter::fail(const std::string& reason, std::size_t unwritten) {
     {
         const std::lock_guard lock(mutex);
         hasFailed = true;
         waiting = std::string();
+        changed.notify_all();
     }
     file.close();
-    std::error_code ignored;
-    if (fs::is_regular_file(toPath(path), ignored) &&
-        fs::file_size(toPath(path), ignored) > writtenSize)
-        fs::resize_file(toPath(path), writtenSize, ignored);
+    std::error_code fault;
+    const std::uintmax_t size = fs::file_size(toPath(path), fault);
+    if (!fault && size > writtenSize && size < writtenSize + unwritten)
+        fs::resize_file(toPath(path), writtenSize, fault);
     failure(name + ": stopped, " + reason);
 }
 

@@ -15,10 +15,13 @@ namespace Morvalin::App {
 /// Writes lines to a file on a thread of its own, each as soon as the ones before it are written,
 /// so that nobody who has some waits for the disk.
 ///
-/// What waits to be written takes a bounded amount of memory: texts for which there is no room are
-/// left out as a whole. A write that fails is the last one.
+/// What waits to be written takes a bounded amount of memory. A write that fails is the last one.
 class FileWriter {
 public:
+    /// What becomes of texts for which there is no room: they are left out as a whole, or whoever
+    /// puts them waits.
+    enum class WhenFull { LeaveOut, Wait };
+
     /// Takes one line that tells what is wrong, on the thread of the file, or on that which calls
     /// finish().
     using Failure = std::function<void(const std::string& line)>;
@@ -26,12 +29,12 @@ public:
     /// Opens the file, empty but for `head`. `role` names it in front of its path in what is told.
     /// Throws std::runtime_error, with role, path and reason, when it cannot be opened.
     FileWriter(const std::string& role, const std::string& path, std::string_view head,
-               Failure onFailure);
+               WhenFull whenFull, Failure onFailure);
     ~FileWriter();
     FileWriter(const FileWriter&) = delete;
     FileWriter& operator=(const FileWriter&) = delete;
 
-    /// Takes whole lines that belong together. Any thread, without waiting. False when nothing is
+    /// Takes whole lines that belong together. Any thread. False when nothing is
     /// written any more.
     bool put(std::string_view lines);
 
@@ -42,10 +45,11 @@ public:
 private:
     void run();
     bool write(const std::string& lines);
-    void fail(const std::string& reason);
+    void fail(const std::string& reason, std::size_t unwritten);
 
     const std::string name;
     const std::string path;
+    const bool waitsForRoom;
     const Failure failure;
     std::ofstream file;             ///< on the thread only, until it has ended
     std::uintmax_t writtenSize = 0; ///< likewise: of whole lines
