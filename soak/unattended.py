@@ -66,13 +66,13 @@ class Device:
             raise RuntimeError(f"the {self.family} simulator does not start")
 
     def end(self, how):
+        if self.family != "vega":
+            # First, as an adapter's name goes with it: it may soon be another device's terminal.
+            pathlib.Path(self.place).unlink(missing_ok=True)
         self.process.send_signal(how)
         self.process.send_signal(signal.SIGCONT)
         self.process.wait()
         self.process.stdout.close()
-        if self.family != "vega":
-            # As an adapter's name goes with it: what it named may become another's terminal.
-            pathlib.Path(self.place).unlink(missing_ok=True)
 
     def thaw(self):
         self.process.send_signal(signal.SIGCONT)

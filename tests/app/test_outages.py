@@ -109,10 +109,10 @@ class Outages(HostTest):
 
     def restart(self, family, after):
         """The power of the device goes away, and comes back at the same place."""
+        if family != "vega":
+            os.remove(self.place)  # first: what it names may soon be another device's terminal
         self.simulators[-1].kill()
         self.simulators[-1].wait()
-        if family != "vega":
-            os.remove(self.place)
         time.sleep(after)
         self.simulate(family, place=self.place)
 

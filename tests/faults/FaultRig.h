@@ -146,17 +146,6 @@ private:
     bool wasBringUp = false;
 };
 
-/// Calls a function template's instance for a family that is known at run time.
-template <class Function>
-void forFamily(int number, const Function& function) {
-    if (number == Vicra)
-        function.template operator()<Vicra>();
-    else if (number == Vega)
-        function.template operator()<Vega>();
-    else
-        function.template operator()<Aurora>();
-}
-
 inline std::string familyName(int number) {
     return number == Vicra ? "Vicra" : number == Vega ? "Vega" : "Aurora";
 }

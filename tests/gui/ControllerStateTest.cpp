@@ -58,16 +58,30 @@ TEST_F(Panel, AnEditReachesTheStreamAloneAndShowsWhatBecameOfIt) {
 }
 
 TEST_F(Panel, AStreamThatIsSlowToAnswerDoesNotHoldUpTheWindow) {
-    stream.answerGate.setClosed(true);
     stream.port = 1;
+    std::unique_lock answer(stream.gate);
     panel->updatePropertiesWidget();
     EXPECT_FALSE(panel->propertiesWidget()->isEnabled());
     panel->updatePropertiesWidget(); // a newer question
     const int asked = stream.timesAsked;
-    stream.answerGate.setClosed(false);
+    answer.unlock();
     EXPECT_TRUE(waitUntil([&] { return panel->propertiesWidget()->isEnabled(); }));
     EXPECT_EQ(shownPort(), 1);
     EXPECT_EQ(stream.timesAsked, asked + 1);
+}
+
+TEST_F(Panel, ButtonsSayThatTheStreamIsClosing) {
+    const auto waitFor = [&](const char* text) {
+        return waitUntil([&] { return buttonWith(*panel, text) != nullptr; });
+    };
+    EXPECT_TRUE(stream.open() && stream.start());
+    ASSERT_TRUE(waitFor("Close Connection") && waitFor("Stop"));
+    std::unique_lock end(stream.gate);
+    QTest::mousePress(buttonWith(*panel, "Close Connection"), Qt::LeftButton);
+    EXPECT_TRUE(waitFor("Closing...") && waitFor("Start"));
+    EXPECT_FALSE(buttonWith(*panel, "Start")->isEnabled());
+    end.unlock();
+    EXPECT_TRUE(waitFor("Open Connection"));
 }
 
 TEST(PanelOfAnotherStream, StaysEmpty) {

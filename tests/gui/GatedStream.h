@@ -6,31 +6,12 @@
 #include <morvalincore/Properties.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <mutex>
 
 namespace Morvalin {
 
-/// Holds up who passes while it is closed.
-class Gate {
-public:
-    void setClosed(bool isClosedNow) {
-        const std::lock_guard lock(mutex);
-        isClosed = isClosedNow;
-        changed.notify_all();
-    }
-    void pass() {
-        std::unique_lock lock(mutex);
-        changed.wait(lock, [this] { return !isClosed; });
-    }
-
-private:
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool isClosed = false;
-};
-
-/// A stream of none of the families, whose answers last until the test lets them end.
+/// A stream of none of the families, whose answers and whose end wait while the test holds the
+/// gate.
 class GatedStream : public NDITrackingStream {
 public:
     GatedStream() : NDITrackingStream("gated") { setInstruments(registry); }
@@ -49,13 +30,13 @@ public:
     }
     void configuration(Properties* properties) override {
         ++timesAsked;
-        answerGate.pass();
+        const std::lock_guard passed(gate);
         properties->setParam("address", address);
         properties->setParam("port", port);
     }
     using NDITrackingStream::emitSignals;
 
-    Gate answerGate;
+    std::mutex gate;
     std::atomic<int> timesAsked = 0;
     std::vector<Properties> received;
     std::string address = "1.2.3.4";
@@ -65,7 +46,10 @@ public:
 
 private:
     bool openImpl() override { return true; }
-    bool closeImpl() override { return true; }
+    bool closeImpl() override {
+        const std::lock_guard passed(gate);
+        return true;
+    }
     bool startImpl() override { return true; }
     bool stopImpl() override { return true; }
     std::optional<WorkContinuation> doWork() override {

@@ -1,24 +1,10 @@
 #include <stdexcept>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "LogCapture.h"
+#include <morvalincore/Log.h>
 
 using namespace Morvalin;
-using testing::ElementsAre;
-
-TEST(Log, LevelDecidesWhatPasses) {
-    EXPECT_EQ(Log::level(), Log::Information);
-    LogCapture log;
-    for (const int level : {Log::Information, Log::Error}) {
-        Log::setLevel(level);
-        EXPECT_FALSE(Log::isAccepted(level - 1));
-        Log::log(level - 1, "a", "below");
-        Log::log(level, "a", "accepted");
-    }
-    EXPECT_THAT(log.take(), ElementsAre("[2] a: accepted", "[4] a: accepted"));
-}
 
 TEST(Log, TextsFromDevicesCannotForgeLinesOrSteerTheTerminal) {
     testing::internal::CaptureStderr();

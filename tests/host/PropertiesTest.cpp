@@ -65,7 +65,12 @@ TEST(Properties, CopiesAreDeepAndKeepTheTargetsName) {
     Properties source("source");
     source.setAttribute("hidden", "true");
     source.setParam("p", 1);
-    source.addSubProperties("child").addSubProperties("grandchild").setParam("q", "deep");
+    Properties& child = source.addSubProperties("child");
+    child.addSubProperties("grandchild").setParam("q", "deep");
+    for (int i = 0; i < 100; ++i)
+        source.addSubProperties("child");
+    EXPECT_EQ(source.subProperties("child"), &child); // where it was
+    EXPECT_EQ(source.children().size(), 101u);
 
     Properties target("target");
     target.setParam("gone", 1);
@@ -84,15 +89,6 @@ TEST(Properties, CopiesAreDeepAndKeepTheTargetsName) {
     source.copyFrom(source.children().front());
     EXPECT_FALSE(source.hasParam("p"));
     EXPECT_NE(source.subProperties("grandchild"), nullptr);
-}
-
-TEST(Properties, SubBlocksStayWhereTheyAre) {
-    Properties root("root");
-    Properties& first = root.addSubProperties("tool");
-    for (int i = 0; i < 100; ++i)
-        root.addSubProperties("tool");
-    EXPECT_EQ(root.subProperties("tool"), &first);
-    EXPECT_EQ(root.children().size(), 101u);
 }
 
 TEST(GlobalSettings, ChangesAreWholeOrNotAtAll) {

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -55,7 +56,7 @@ class ScriptedStream : public Morvalin::Stream {
 public:
     using Work = std::optional<WorkContinuation>;
 
-    explicit ScriptedStream(bool pausing = true) : Stream("scripted"), canPause(pausing) {
+    ScriptedStream() : Stream("scripted") {
         stateChanged.connect([this](const StateChange& change) {
             EXPECT_EQ(state(), change.to);
             events.add(std::to_string(change.from) + ">" + std::to_string(change.to));
@@ -64,7 +65,10 @@ public:
     ~ScriptedStream() override { closeForGood(); }
 
     std::string uuid() const override { return "ScriptedStream"; }
-    bool supportsPausing() const override { return canPause; }
+    bool supportsPausing() const override {
+        const auto hook = hooks.find("supportsPausing");
+        return hook == hooks.end() || hook->second();
+    }
     bool worksWhilePaused() const override { return worksInPause; }
 
     static Work later() { return WorkContinuation{now() + std::chrono::hours(1), 1}; }
@@ -72,8 +76,8 @@ public:
 
     /// Waits until doWork() has begun so many times.
     void awaitWork(int times) {
-        std::unique_lock lock(workMutex);
-        worked.wait(lock, [&] { return workCount >= times; });
+        while (workCount < times)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
     Events events;
@@ -92,11 +96,7 @@ protected:
     bool resumeImpl() override { return call("resumeImpl"); }
     Work doWork() override {
         const Inside inside(*this);
-        {
-            const std::lock_guard lock(workMutex);
-            ++workCount;
-            worked.notify_all();
-        }
+        ++workCount;
         return work ? work() : later();
     }
 
@@ -120,8 +120,5 @@ private:
         return hook == hooks.end() || hook->second();
     }
 
-    const bool canPause;
     std::atomic<bool> isInHook{false};
-    std::mutex workMutex;
-    std::condition_variable worked;
 };

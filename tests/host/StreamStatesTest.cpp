@@ -63,6 +63,7 @@ const Case cases[] = {
     {"pause", &Stream::pause, Open, "", "", false, Open},
     {"pause", &Stream::pause, Running, "", "4>5 pauseImpl 5>6", true, Paused},
     {"pause", &Stream::pause, Running, "pauseImpl", "4>5 pauseImpl 5>4", false, Running},
+    {"pause", &Stream::pause, Running, "supportsPausing", "", false, Running},
     {"pause", &Stream::pause, Paused, "", "", true, Paused},
     {"resume", &Stream::resume, Open, "", "", false, Open},
     {"resume", &Stream::resume, Running, "", "", true, Running},
@@ -106,15 +107,6 @@ TEST(StreamStates, HookThatThrowsHasFailedWithOneLogLine) {
     const auto expected = static_cast<std::size_t>(failingCases);
     EXPECT_EQ(runCases([]() -> bool { throw std::runtime_error("no device"); }), expected);
     EXPECT_EQ(runCases([]() -> bool { throw 5; }), expected);
-}
-
-TEST(StreamStates, PausingIsRefusedWhereItIsNotSupported) {
-    ScriptedStream stream(false);
-    bring(stream, Stream::Running);
-    stream.events.clear();
-    EXPECT_FALSE(stream.pause());
-    EXPECT_EQ(stream.events.text(), "");
-    EXPECT_EQ(stream.state(), Stream::Running);
 }
 
 TEST(StreamStates, ReceiverThatThrowsDisturbsNeitherTheStreamNorOtherReceivers) {

@@ -66,6 +66,26 @@ TEST(StreamThreads, SecondOpenWaitsAndCloseCancelsWhatWaits) {
     EXPECT_EQ(stream.events.text(), "0>1 openImpl 1>2 2>9 closeImpl 9>0");
 }
 
+TEST(StreamThreads, WhatWaitsWhenTheStreamIsClosedForGoodFails) {
+    struct Ending : ScriptedStream {
+        using Stream::closeForGood;
+    } stream;
+    Gate gate;
+    stream.hooks["openImpl"] = [&] { return gate.pass(); };
+    auto running = stream.openAsync();
+    gate.await("entered");
+    auto queued = stream.closeAsync();
+    std::jthread caller([&] { EXPECT_FALSE(stream.start()); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // for it to wait its turn
+    std::jthread ending([&] { stream.closeForGood(); });
+    EXPECT_FALSE(queued.get());
+    caller.join();
+    gate.add("released");
+    EXPECT_TRUE(running.get());
+    ending.join();
+    EXPECT_EQ(stream.events.text(), "0>1 openImpl 1>2 2>9 closeImpl 9>0");
+}
+
 TEST(StreamThreads, ReconnectingHostIsServedUntilTheStreamIsDestroyed) {
     std::future<bool> reopened, tooLate;
     int openCount = 0;
@@ -135,12 +155,9 @@ TEST(StreamThreads, ManyThreadsAtRandom) {
         if (last.exchange(change.to) != change.from)
             ++brokenChain;
     });
-    stream.output.connect([&](const std::shared_ptr<const Data>&) {
+    stream.work = [&] {
         if (stream.workCount % 16 == 0)
             stream.stop();
-    });
-    stream.work = [&] {
-        stream.output(nullptr);
         return ScriptedStream::again();
     };
     stream.hooks["startImpl"] = [n = 0]() mutable { return ++n % 5 != 0; };

@@ -55,18 +55,6 @@ protected:
 
 using Scripted = CreateStreamIoAlgorithm<ScriptedStream>;
 
-using Flags = std::vector<std::pair<std::string, bool>>;
-
-/// A new algorithm with these settings.
-struct Configured : Scripted {
-    explicit Configured(const Flags& flags) {
-        Properties settings;
-        for (const auto& [key, value] : flags)
-            settings.setParam(key, value);
-        configure(&settings);
-    }
-};
-
 struct CreateStream : testing::Test {
     CreateStream() {
         events.clear();
@@ -76,7 +64,7 @@ struct CreateStream : testing::Test {
 };
 
 TEST_F(CreateStream, OpensAndStartsWhatTheFirstPresentFlagAsksFor) {
-    const std::tuple<Flags, const char*, int> cases[] = {
+    const std::tuple<std::vector<std::pair<std::string, bool>>, const char*, int> cases[] = {
         {{}, "", 0},
         {{{"open", true}}, "", 1},
         {{{"open", false}, {"autoOpen", true}}, "", 0},
@@ -92,7 +80,11 @@ TEST_F(CreateStream, OpensAndStartsWhatTheFirstPresentFlagAsksFor) {
         SCOPED_TRACE(testing::PrintToString(flags) + failed);
         events.clear();
         failing = failed;
-        Configured algorithm(flags);
+        Scripted algorithm;
+        Properties settings;
+        for (const auto& [key, value] : flags)
+            settings.setParam(key, value);
+        algorithm.configure(&settings);
         const Properties other;
         algorithm.configure(&other); // flags that are absent keep their value
         algorithm.compute();
@@ -108,7 +100,9 @@ TEST_F(CreateStream, OpensAndStartsWhatTheFirstPresentFlagAsksFor) {
 
 TEST_F(CreateStream, WhatThrowsLeavesNoStream) {
     const std::string fault = "[4] CreateStreamIoAlgorithm: Could not instantiate a new Stream: ";
-    Configured algorithm({});
+    Scripted algorithm;
+    const Properties none;
+    algorithm.configure(&none);
     algorithm.compute();
     failing = "make";
     algorithm.compute();
@@ -125,14 +119,27 @@ TEST_F(CreateStream, WhatThrowsLeavesNoStream) {
     EXPECT_THAT(log.take(), ElementsAre(fault + "no stream today", fault + "odd settings"));
 }
 
-TEST_F(CreateStream, NewStreamReplacesTheOldOneUnlessThatHasAnotherOwner) {
+TEST_F(CreateStream, SettingsAreKeptForStreamsThatReplaceEachOtherUnlessTakenAway) {
     std::unique_ptr<Stream> taken;
     {
-        Configured algorithm({{"open", true}});
+        Scripted algorithm;
+        Properties properties("block");
+        properties.setParam("text", "first");
+        algorithm.configure(&properties);
+        properties.setParam("text", "changed");
+        Properties read("mine");
+        algorithm.configuration(&read);
+        EXPECT_EQ(read.params().at(0).value + " " + read.name(), "first mine");
+        algorithm.compute();
+        properties.setParam("open", true);
+        algorithm.configure(&properties); // the stream that exists, which stays closed
+        algorithm.configuration(&read);
+        EXPECT_TRUE(read.hasParam("from"));
         algorithm.compute();
         algorithm.compute();
-        EXPECT_THAT(events, ElementsAre("configure none", "open", "close", "destroyed",
-                                        "configure none", "open"));
+        EXPECT_THAT(events, ElementsAre("configure first", "configure changed", "destroyed",
+                                        "configure changed", "open", "close", "destroyed",
+                                        "configure changed", "open"));
         taken.reset(algorithm.stream());
         algorithm.setStreamOwnershipTransferred();
         algorithm.compute();
@@ -141,27 +148,6 @@ TEST_F(CreateStream, NewStreamReplacesTheOldOneUnlessThatHasAnotherOwner) {
     }
     EXPECT_THAT(events, ElementsAre("close", "destroyed"));
     EXPECT_EQ(taken->state(), Stream::Open);
-}
-
-TEST_F(CreateStream, SettingsAreCopiedForLaterAndForwardedToTheStreamThatExists) {
-    Scripted algorithm;
-    Properties properties("block");
-    properties.setParam("text", "first");
-    algorithm.configure(&properties);
-    properties.setParam("text", "changed");
-    Properties read("mine");
-    algorithm.configuration(&read);
-    EXPECT_EQ(read.params().at(0).value + " " + read.name(), "first mine");
-    algorithm.compute();
-    properties.setParam("open", true);
-    algorithm.configure(&properties);
-    EXPECT_THAT(events, ElementsAre("configure first", "configure changed"));
-    Properties fromStream;
-    algorithm.configuration(&fromStream);
-    EXPECT_TRUE(fromStream.hasParam("from"));
-
-    algorithm.compute();
-    EXPECT_EQ(algorithm.stream()->state(), Stream::Open);
 }
 
 } // namespace

@@ -39,7 +39,7 @@ TEST(PluginLoader, RefusalsTellTheFaultInOneLine) {
         {folder.write("half.so", whole.substr(0, whole.size() / 2)), "the file ends too early"},
         {folder.write("most.so", whole.substr(0, whole.size() - 1)), "the file ends too early"},
         {module("unresolved"), "symbolThatNobodyHas"},
-        {module("no_plugin"), "not a plug-in: it has no descriptor"},
+        {HOST_LIBRARY, "not a plug-in: it has no descriptor"},
         {module("other_version"), "not a plug-in for this version of the host"},
         {module("no_functions"), "lacks the function morvalinCreatePlugin"},
         {module("second"), "needs the plug-in \"Tests.first\", which is not loaded"},

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <vector>
 
 #include <stdlib.h>
 
@@ -39,14 +38,6 @@ public:
     std::string read(const std::string& name) const {
         std::ifstream file(path / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    /// Names in the folder, in no order.
-    std::vector<std::string> names() const {
-        std::vector<std::string> result;
-        for (const auto& entry : std::filesystem::directory_iterator(path))
-            result.push_back(entry.path().filename());
-        return result;
     }
 
     std::filesystem::path path;

@@ -1,7 +1,9 @@
 #include <morvalincore/GlobalSettings.h>
+#include <morvalincore/PropertiesXml.h>
 #include <morvalinlib/MorvalinLibPlugin.h>
 #include <morvalinlib/PluginLoader.h>
 #include <morvalinlib/StreamIoAlgorithm.h>
+#include <morvalinlib/Workspace.h>
 #include <morvalinlib/WorkspaceConversionRegistry.h>
 
 #include <gmock/gmock.h>
@@ -10,8 +12,12 @@
 #include <cstdio>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 
 #include <dlfcn.h>
+
+#include "tests/host/LogCapture.h"
+#include "tests/lib/TemporaryFolder.h"
 
 namespace Morvalin {
 namespace {
@@ -71,42 +77,30 @@ TEST_F(Plugin, OffersTheThreeFamilies) {
     AlgorithmFactory& factory = *plugin().algorithmFactory();
     EXPECT_EQ(factory.name(), "NDITracking");
     EXPECT_EQ(plugin().controllerFactory()->name(), "NDITracking");
-    const struct {
-        const char* id;
-        const char* displayName;
-        const char* streamName;
-    } table[] = {
-        {vegaId, "Polaris Vega/Lyra", "NDI Polaris Tracking Stream"},
-        {vicraId, "Polaris Vicra/Spectra", "NDI Polaris Tracking Stream"},
-        {auroraId, "Aurora", "NDI Aurora Tracking Stream"},
-    };
-    const auto descriptors = factory.compatibleIoDescriptors(DataList());
-    ASSERT_EQ(descriptors.size(), std::size(table));
-    for (std::size_t i = 0; i < std::size(table); ++i) {
-        EXPECT_EQ(descriptors[i].id, table[i].id);
+    EXPECT_EQ(factory.compatibleIoDescriptors(DataList()).size(), 3u);
+    for (const auto& [id, displayName] : {std::pair{vegaId, "Polaris Vega/Lyra"},
+                                          {vicraId, "Polaris Vicra/Spectra"},
+                                          {auroraId, "Aurora"}}) {
         std::unique_ptr<IoAlgorithm> algorithm;
         for (const char* const device : {"global", "stored"}) { // applied to every new algorithm
             Properties settings;
             settings.setParam("hardwareDevice", device);
             if (algorithm == nullptr)
                 GlobalSettings::modify(
-                    [&](Properties& all) { all.addSubProperties(table[i].id).copyFrom(settings); });
+                    [&](Properties& all) { all.addSubProperties(id).copyFrom(settings); });
             else
-                EXPECT_TRUE(factory.setStoredConfiguration(table[i].id, settings));
-            algorithm = factory.instantiateIoAlgorithm(table[i].id, {});
+                EXPECT_TRUE(factory.setStoredConfiguration(id, settings));
+            algorithm = factory.instantiateIoAlgorithm(id, {});
             ASSERT_TRUE(algorithm);
             Properties stored;
             algorithm->configuration(&stored);
             EXPECT_EQ(stored, settings);
         }
-        EXPECT_EQ(algorithm->factoryInfo().id, table[i].id);
-        EXPECT_EQ(algorithm->name(), table[i].displayName);
+        EXPECT_EQ(algorithm->factoryInfo().id, id);
+        EXPECT_EQ(algorithm->name(), displayName);
         algorithm->compute();
         EXPECT_EQ(algorithm->status(), IoAlgorithm::Success);
-        const Stream* stream = dynamic_cast<StreamIoAlgorithm&>(*algorithm).stream();
-        ASSERT_NE(stream, nullptr);
-        EXPECT_EQ(stream->name(), table[i].streamName);
-        EXPECT_EQ(stream->uuid(), "PolarisAuroraTrackingStream");
+        EXPECT_NE(dynamic_cast<StreamIoAlgorithm&>(*algorithm).stream(), nullptr);
     }
     DataList input;
     input.add(nullptr);
@@ -115,15 +109,13 @@ TEST_F(Plugin, OffersTheThreeFamilies) {
     EXPECT_EQ(plugin().controllerFactory()->create(nullptr), nullptr);
 }
 
-TEST_F(Plugin, ConvertsOldWorkspaces) {
+TEST_F(Plugin, ConvertsOldWorkspacesAsTheyAreLoaded) {
     const struct {
         const char* name;
         const char* systemType; ///< null for none
         const char* converted;
     } table[] = {
-        {legacyId, "0", vicraId},
-        {legacyId, "1", vegaId},
-        {legacyId, "2", auroraId},
+        {legacyId, "1", vegaId}, // the other types: in the tests of the program
         {legacyId, "3", legacyId},
         {legacyId, "-1", legacyId},
         {legacyId, "one", legacyId},
@@ -133,27 +125,46 @@ TEST_F(Plugin, ConvertsOldWorkspaces) {
         {"nditracking.PolarisAuroraTrackingStream", "1", "nditracking.PolarisAuroraTrackingStream"},
         {vegaId, "0", vegaId},
     };
-    const auto conversions = WorkspaceConversionRegistry::instance().conversions();
-    ASSERT_FALSE(conversions.empty());
-    EXPECT_EQ(conversions.back().description,
-              "Renamed PolarisAuroraTrackingStream to camera-specific TrackingStream");
-    EXPECT_EQ(conversions.back().version, 33);
-    const auto& convert = conversions.back().function;
-
-    Properties root;
-    EXPECT_FALSE(convert(root, "workspace"));
-    Properties& algorithms = root.addSubProperties("Algorithms");
+    auto& registry = WorkspaceConversionRegistry::instance();
+    EXPECT_EQ(registry.conversions().at(0).version, 33);
+    // Behind the plug-in's own; it stays for the rest of the process.
+    static bool isFailing = false;
+    registry.addConversion({"Later step", 34, [](Properties& root, const std::string& path) {
+                                const std::string first =
+                                    root.children().front().children().front().name();
+                                root.setParam("later", path + first);
+                                if (isFailing)
+                                    throw std::runtime_error("conversion failed");
+                                return first == vegaId;
+                            }});
+    Properties old(Workspace::rootName);
+    const TemporaryFolder folder;
+    EXPECT_FALSE(registry.conversions().at(0).function(old, ""));
+    Properties expected = old;
+    Properties& before = old.addSubProperties(Workspace::algorithmsName);
+    Properties& after = expected.addSubProperties(Workspace::algorithmsName);
     for (const auto& row : table) {
-        SCOPED_TRACE(std::string(row.name) + (row.systemType ? row.systemType : ""));
-        Properties& block = algorithms.addSubProperties(row.name);
+        Properties& block = before.addSubProperties(row.name);
         block.setParam("startAfterInit", true);
         if (row.systemType != nullptr)
             block.setParam("systemType", row.systemType);
-        Properties expected = root; // those of the rows before are converted
-        expected.subProperties("Algorithms")->children().back().setName(row.converted);
-        EXPECT_EQ(convert(root, "workspace"), std::string(row.name) != row.converted);
-        EXPECT_EQ(root, expected);
+        after.addSubProperties(row.converted).copyFrom(block);
     }
+    const std::string path = folder.write("w.xml", toXml(old));
+    expected.setParam("later", path + vegaId);
+    LogCapture log;
+    Properties loaded;
+    std::string error;
+    ASSERT_TRUE(Workspace::load(path, loaded, error)) << error;
+    EXPECT_EQ(loaded, expected) << toXml(loaded);
+    EXPECT_THAT(log.take(),
+                ElementsAre("[2] Workspace: " + path + ": Renamed PolarisAuroraTrackingStream to " +
+                                "camera-specific TrackingStream",
+                            "[2] Workspace: " + path + ": Later step"));
+    isFailing = true;
+    EXPECT_FALSE(Workspace::load(path, loaded, error));
+    EXPECT_THAT(error, testing::HasSubstr("conversion failed"));
+    isFailing = false;
 }
 
 } // namespace

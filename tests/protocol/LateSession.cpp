@@ -13,7 +13,7 @@ namespace {
 constexpr int kGraceMs = 2000;
 
 std::string textAnswer(unsigned number, std::size_t filling = 0) {
-    return wire::text("N" + wire::hex(number, 8) + std::string(filling, '0'));
+    return ndisim::withCrc("N" + ndisim::hexText(number, 8) + std::string(filling, '0'));
 }
 
 std::string binaryAnswer(unsigned number, std::size_t filling = 0) {

@@ -16,13 +16,13 @@ TEST_F(Command, IsFramedByItsFirstOtherCharacter) {
         {"TSTART", "TSTART\r"},
         {"PHSR 00", "PHSR 00\r"},
         {"A9 :", "A9 :\r"},
-        {"A9:", wire::text("A9:")},
+        {"A9:", ndisim::withCrc("A9:")},
         {"init:", "init:\r"},
         {"", "\r"},
-        {"PENA:0AD", wire::text("PENA:0AD")},
-        {tooLong, wire::text(tooLong.substr(0, 2042))},
+        {"PENA:0AD", ndisim::withCrc("PENA:0AD")},
+        {tooLong, ndisim::withCrc(tooLong.substr(0, 2042))},
     };
-    alwaysAnswer(wire::text("OKAY"));
+    alwaysAnswer(ndisim::withCrc("OKAY"));
     std::vector<std::string> sent;
     for (const auto& [text, bytes] : cases) {
         EXPECT_EQ(errorOf(text), 0);
@@ -31,22 +31,22 @@ TEST_F(Command, IsFramedByItsFirstOtherCharacter) {
         sent.push_back(bytes);
     }
     deviceCommand(device.get(), "PENA:%02X%c", 0x0Bu, 'D');
-    sent.push_back(wire::text("PENA:0BD"));
+    sent.push_back(ndisim::withCrc("PENA:0BD"));
     deviceCommand(device.get(), "PENA:0A%lc", std::wint_t{0xD800}); // no character: nothing of it
     sent.push_back("\r");
     EXPECT_EQ(received(), sent);
 }
 
 TEST_F(Command, ChecksEveryReply) {
-    const std::string good = wire::text("OKAY");
+    const std::string good = ndisim::withCrc("OKAY");
     const std::string bx =
         wire::binary("\x01\x0A\x02" + wire::le32(0x31) + wire::le32(7) + wire::le16(0));
     std::string flipped = bx;
     flipped[9] = static_cast<char>(flipped[9] ^ 0x10);
     std::string plain(2045, 'x'); // binary that is no tracking reply: it ends with the buffer
-    plain += wire::le16(wire::crc(plain));
+    plain += wire::le16(ndisim::crc16(plain));
     std::string refusal = "ERROR0B" + std::string(2038, 'x'); // the same, without CR at its end
-    refusal += wire::le16(wire::crc(refusal));
+    refusal += wire::le16(ndisim::crc16(refusal));
     const std::string header = "\xC4\xA5";
     const struct {
         std::string command, raw;
@@ -59,10 +59,10 @@ TEST_F(Command, ChecksEveryReply) {
         {"PINIT:01", "OKA\r", {0x100}, ""},
         {"PINIT:01", "\r", {0x100}, ""},
         {"PINIT:01", good + good, {0x100}, "OKAYA896\rOKAY"},
-        {"PINIT:01", wire::text("ERRORf4"), {0xF4}, "ERRORf4"},
+        {"PINIT:01", ndisim::withCrc("ERRORf4"), {0xF4}, "ERRORf4"},
         {"PINIT:01", "ERROR0DFFFF\r", {0x100}, "ERROR0D"},
-        {"PHSR:00", wire::text("ERROR00"), {0}, "ERROR00"},
-        {"BX:0001", wire::text("ERROR0C"), {0x0C}, "ERROR0C"},
+        {"PHSR:00", ndisim::withCrc("ERROR00"), {0}, "ERROR00"},
+        {"BX:0001", ndisim::withCrc("ERROR0C"), {0x0C}, "ERROR0C"},
         {"BX:0001", "ERROR0C1234\r", {0x100}, "ERROR0C"},
         {"BX:0001", flipped, {0x100}, header},
         {"BX:0001", header + wire::le16(2996) + std::string(3000, 'x'), {0x100}, header},

@@ -113,17 +113,17 @@ TEST(Channel, TransportFaultsBecomeCodes) {
 }
 
 TEST(Channel, PausesAndLineSettingsBehindGoodReplies) {
-    const std::string okay = wire::text("OKAY");
+    const std::string okay = ndisim::withCrc("OKAY");
     const std::tuple<bool, const char*, std::string, const char*> cases[] = {
         {true, "INIT:", okay, ", sleep 100"},
         {false, "INIT:", okay, ", sleep 100"},
-        {true, "INIT:", wire::text("ERROR01"), ""},
+        {true, "INIT:", ndisim::withCrc("ERROR01"), ""},
         {true, "COMM:51211", okay, ", sleep 100, line 115200 7E2 rts/cts"},
         {true, "COMM:A01x0", okay, ", sleep 100, line 230400 8O1"},
         {true, "COMM:73330", okay, ", sleep 100, line 19200 8N1"},
         {true, "COMM:Z0000", okay, ", sleep 100, line 9600 8N1"},
         {true, "COMM", okay, ", sleep 100, line 9600 8N1"},
-        {true, "COMM:50001", wire::text("ERROR06"), ""},
+        {true, "COMM:50001", ndisim::withCrc("ERROR06"), ""},
         {false, "COMM:50001", okay, ""},
     };
     for (const auto& [serial, command, reply, log] : cases) {

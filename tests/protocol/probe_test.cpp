@@ -8,7 +8,6 @@ namespace {
 
 using Fault = FakePlatform::Fault;
 using Reads = std::deque<FakePlatform::Read>;
-using Writes = std::deque<FakePlatform::Write>;
 
 const FakePlatform::Read kOkay = {"OKAYA896\r"};
 const FakePlatform::Read kReset = {"RESETBE6F\r"};
@@ -16,11 +15,6 @@ const FakePlatform::Read kFeatures = {"Features.Firmware.Version=1234\r"};
 const FakePlatform::Read kError = {"ERROR0102D1\r"};
 const FakePlatform::Read kSilence = {""};
 const FakePlatform::Read kBroken = {"", Fault::failed};
-
-const FakePlatform::Write kAll = {100, Fault::none};
-const FakePlatform::Write kFew = {3, Fault::none};
-const FakePlatform::Write kNone = {0, Fault::none};
-const FakePlatform::Write kRefused = {0, Fault::failed};
 
 // What the probe asks of the system, a letter a step.
 std::string spelledOut(const std::string& steps) {

@@ -1,5 +1,7 @@
 #include "tests/streams/Rig.h"
 
+#include <morvalincore/Properties.h>
+
 namespace Morvalin {
 namespace {
 
@@ -30,11 +32,13 @@ std::string notThere(const std::string& name) {
 struct BadAddress {
     const char* address;
     Lines network;
+    bool isOfNetwork; ///< else the settings forget it
     Lines serial;
+    bool isOfSerial;
 };
 
 template <int N>
-void expectRefusal(const BadAddress& row, const Lines& log) {
+void expectRefusal(const BadAddress& row, const Lines& log, bool isKept) {
     SCOPED_TRACE(row.address);
     LogCapture capture;
     PolarisAuroraTrackingStream<N> stream;
@@ -44,28 +48,43 @@ void expectRefusal(const BadAddress& row, const Lines& log) {
     EXPECT_THAT(capture.take(), ElementsAreArray(log));
     EXPECT_EQ(stream.hardwareDevice(), row.address);
     EXPECT_FALSE(stream.isInitialized());
+    Properties settings;
+    stream.configuration(&settings);
+    std::string written;
+    EXPECT_TRUE(settings.param("hardwareDevice", written));
+    EXPECT_EQ(written, isKept ? row.address : "");
+    EXPECT_EQ(stream.hardwareDevice(), written);
+    // Without a device the hooks do nothing.
+    EXPECT_TRUE(stream.startImpl() && stream.doWork() && stream.stopImpl() && stream.closeImpl());
 }
 
 TEST(BringUp, RefusesAddresses) {
     assignSerialPort();
+    const Lines unknown = {invalid, failed};
+    const auto connecting = [](const std::string& address) {
+        return Lines{"[2] Connecting to " + address + ":70000 via IP...", failed};
+    };
     const BadAddress table[] = {
-        {"", {networkOnly}, {searching, notFound, noneThere}},
-        {"autopilot", {networkOnly}, {searching, notFound, noneThere}},
-        {"Auto", {invalid, failed}, {invalid, failed}},
-        {"COM3", {networkOnly}, {noProbe, notThere("COM3")}},
-        {"COM10", {invalid, failed}, {invalid, failed}},
-        {"\\\\.\\COM10", {networkOnly}, {noProbe, notThere("\\\\.\\COM10")}},
-        {"\\\\.\\COM20", {networkOnly}, {noProbe, notThere("\\\\.\\COM20")}},
-        {"/dev/null", {invalid, failed}, {invalid, failed}},
-        {"localhost", {invalid, failed}, {invalid, failed}},
-        {"127.0.0.1", {"[2] Connecting to 127.0.0.1:70000 via IP...", failed}, {serialOnly}},
-        {"x999.1.1.1:1", {"[2] Connecting to x999.1.1.1:1:70000 via IP...", failed}, {serialOnly}},
-        {"auto 1.2.3.4", {"[2] Connecting to auto 1.2.3.4:70000 via IP...", failed}, {serialOnly}},
+        {"", {networkOnly}, false, {searching, notFound, noneThere}, false},
+        {"autopilot", {networkOnly}, false, {searching, notFound, noneThere}, true},
+        {"Auto", unknown, false, unknown, false},
+        {"COM0", unknown, false, unknown, false},
+        {"COM3", {networkOnly}, false, {noProbe, notThere("COM3")}, true},
+        {"COM10", unknown, false, unknown, false},
+        {"\\\\.\\COM10", {networkOnly}, false, {noProbe, notThere("\\\\.\\COM10")}, true},
+        {"\\\\.\\COM20", {networkOnly}, false, {noProbe, notThere("\\\\.\\COM20")}, true},
+        {"\\\\.\\COM21", unknown, false, unknown, false},
+        {"/dev/null", unknown, false, unknown, false},
+        {"localhost", unknown, false, unknown, false},
+        {"127.0.0.1", connecting("127.0.0.1"), true, {serialOnly}, false},
+        {"999.999.999.999", connecting("999.999.999.999"), true, {serialOnly}, false},
+        {"x999.1.1.1:1", connecting("x999.1.1.1:1"), false, {serialOnly}, false},
+        {"auto 1.2.3.4", connecting("auto 1.2.3.4"), false, {serialOnly}, true},
     };
     for (const BadAddress& row : table) {
-        expectRefusal<Vega>(row, row.network);
-        expectRefusal<Vicra>(row, row.serial);
-        expectRefusal<Aurora>(row, row.serial);
+        expectRefusal<Vega>(row, row.network, row.isOfNetwork);
+        expectRefusal<Vicra>(row, row.serial, row.isOfSerial);
+        expectRefusal<Aurora>(row, row.serial, row.isOfSerial);
     }
 }
 
@@ -179,14 +198,6 @@ TEST(BringUp, LetsGoOfTheDeviceOfAFailedOpen) {
     rig.takeCommands();
     rig.owned.reset();
     EXPECT_THAT(rig.takeCommands(), ElementsAre("COMM:00000"));
-}
-
-TEST(BringUp, HooksWithoutADeviceDoNothing) {
-    PolarisAuroraTrackingStream<Vicra> stream;
-    EXPECT_TRUE(stream.startImpl());
-    EXPECT_TRUE(stream.doWork().has_value());
-    EXPECT_TRUE(stream.stopImpl());
-    EXPECT_TRUE(stream.closeImpl());
 }
 
 std::string volumeRecord(const char* start) {

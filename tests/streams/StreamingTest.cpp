@@ -1,10 +1,7 @@
 #include "protocol/device.h"
 #include "simulator/Texts.h"
+#include "tests/faults/FrameCheck.h"
 #include "tests/streams/Rig.h"
-
-#include <morvalinstream/TrackingInstrumentFiducialsData.h>
-
-#include <Eigen/Geometry>
 
 #include <thread>
 
@@ -16,7 +13,6 @@ using testing::AnyOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 using testing::StartsWith;
 
 using Frame = std::shared_ptr<const TrackingStreamData>;
@@ -70,8 +66,15 @@ struct Running {
                 return next;
         return nullptr;
     }
-    /// What the device made its last answer of.
-    ndisim::Measurement sent() const { return *rig->simulator.exchanges().back().measurement; }
+    /// What is wrong with a frame as the device's last answer, with all its tools; empty: nothing.
+    std::string wrongInAnswer(const Frame& given) const {
+        const ndisim::Exchange own = rig->simulator.exchanges().back();
+        std::string wrong = "no frame";
+        if (given && given->instruments.size() == own.measurement->tools.size())
+            rig->simulator.withDevice(
+                [&](const ndisim::Device& device) { wrong = wrongIn(*given, own, device); });
+        return wrong;
+    }
 
     std::unique_ptr<Rig<N>> rig;
     PolarisAuroraTrackingStream<N>& stream;
@@ -80,28 +83,6 @@ struct Running {
 
 const TrackingInstrumentFiducialsData& markersOf(const Frame& frame) {
     return dynamic_cast<const TrackingInstrumentFiducialsData&>(*frame->components().at(0));
-}
-
-/// Pose by pose as the device measured them, to the resolution of an answer's numbers.
-void expectPoses(const Frame& frame, const ndisim::Measurement& sent, bool isBinary) {
-    ASSERT_TRUE(frame);
-    ASSERT_EQ(frame->instruments.size(), sent.tools.size());
-    for (std::size_t i = 0; i < sent.tools.size(); ++i) {
-        const TrackingInstrument& tool = frame->instruments[i];
-        const bool isValid = sent.tools[i].status == ndisim::ToolStatus::Valid;
-        const auto& [rotation, position, error] = isValid ? sent.tools[i].pose : ndisim::Pose();
-        Eigen::Isometry3d pose = Eigen::Isometry3d::Identity();
-        pose.linear() = Eigen::Quaterniond(rotation[0], rotation[1], rotation[2], rotation[3])
-                            .toRotationMatrix();
-        pose.translation() = Eigen::Vector3d(position[0], position[1], position[2]);
-        const Matrix4 difference = tool.matrix - pose.matrix();
-        EXPECT_LT((difference.topLeftCorner<3, 3>().cwiseAbs().maxCoeff()), isBinary ? 1e-6 : 3e-4);
-        EXPECT_LT((difference.topRightCorner<4, 1>().cwiseAbs().maxCoeff()),
-                  isBinary ? 2e-4 : 0.0051);
-        EXPECT_NEAR(tool.quality, isValid ? 1 - error / 10 : 0, isBinary ? 1e-6 : 6e-6);
-        EXPECT_EQ(tool.active, sent.tools[i].status != ndisim::ToolStatus::Disabled);
-        EXPECT_EQ(tool.timestamp, frame->timestamp);
-    }
 }
 
 std::int64_t millisecondsNow() {
@@ -124,16 +105,11 @@ void checkPoses(bool isBinary, const char* command) {
     const std::int64_t begin = millisecondsNow();
     for (int i = 0; i < 10; ++i) {
         const Frame frame = running.nextFrame();
-        expectPoses(frame, running.sent(), isBinary);
+        EXPECT_EQ(running.wrongInAnswer(frame), "");
         EXPECT_TRUE(begin <= frame->timestamp && frame->timestamp <= millisecondsNow());
         const auto& markers = markersOf(frame);
         EXPECT_EQ(markers.identifiers,
                   std::vector<std::uint64_t>(options.strays, 0xCBF29CE484222325U));
-        ASSERT_THAT(markers.positions, SizeIs(options.strays));
-        for (unsigned k = 0; k < options.strays; ++k)
-            EXPECT_THAT(markers.positions[k],
-                        testing::Pointwise(testing::DoubleNear(0.005),
-                                           ndisim::strayPosition(family<N>(), k)));
     }
     EXPECT_THAT(running.rig->takeCommands(), Each(std::string(command)));
     EXPECT_THAT(running.rig->log.take(), IsEmpty());
@@ -148,7 +124,7 @@ TEST(Streaming, PosesAreThoseThatWereSent) {
     checkPoses<Aurora>(false, "TX:1005");
 }
 
-TEST(Streaming, OldFramesAreNotHandedOut) {
+TEST(Streaming, OldFramesAreNotHandedOutAndConsumersThatThrowAreTold) {
     Running<Vega> running;
     ASSERT_TRUE(running.nextFrame());
     const auto before = running.rig->instruments();
@@ -159,6 +135,10 @@ TEST(Streaming, OldFramesAreNotHandedOut) {
     EXPECT_TRUE(running.nextFrame());
     EXPECT_THAT(running.rig->takeCommands(),
                 ElementsAre("BX:180F", "BX:180F", "TSTOP:", "TSTART:", "TX:1005"));
+    running.stream.output.connect([](const auto&) { throw std::runtime_error("disk full"); });
+    EXPECT_TRUE(running.nextFrame());
+    EXPECT_THAT(running.rig->log.take(),
+                ElementsAre("[4] Error while receiving tracking data. disk full"));
 }
 
 TEST(Streaming, DisabledToolsStayInactiveAndMissingOnesComeBack) {
@@ -182,8 +162,7 @@ TEST(Streaming, DisabledToolsStayInactiveAndMissingOnesComeBack) {
         EXPECT_EQ(tools[2].timestamp, disabledAt);
     }
     running.stream.instruments()->setActive("3", true);
-    const Frame frame = running.nextFrame();
-    expectPoses(frame, running.sent(), true);
+    EXPECT_EQ(running.wrongInAnswer(running.nextFrame()), "");
 }
 
 TEST(Streaming, OnlyTheMainInstrumentDecides) {
@@ -225,14 +204,6 @@ TEST(Streaming, WhatIsActiveInAFrameWasMeasuredInIt) {
     }
 }
 
-TEST(Streaming, ConsumerThatThrowsIsTold) {
-    Running<Vega> running;
-    running.stream.output.connect([](const auto&) { throw std::runtime_error("disk full"); });
-    EXPECT_TRUE(running.nextFrame());
-    EXPECT_THAT(running.rig->log.take(),
-                ElementsAre("[4] Error while receiving tracking data. disk full"));
-}
-
 TEST(Streaming, WithoutInstrumentsEveryAnswerIsAFrame) {
     const auto check = [](bool isBinary, const std::vector<std::pair<unsigned, unsigned>>& table) {
         Running<Vega> running({}, 0, isBinary);
@@ -241,7 +212,7 @@ TEST(Streaming, WithoutInstrumentsEveryAnswerIsAFrame) {
                 [n = strays](ndisim::Device& device) { device.setStrays(n); });
             const Frame frame = running.step();
             ASSERT_TRUE(frame) << strays;
-            EXPECT_THAT(markersOf(frame).positions, SizeIs(listed));
+            EXPECT_THAT(markersOf(frame).positions, testing::SizeIs(listed));
         }
     };
     // Binary counts are signed, text keeps 50.
@@ -304,8 +275,7 @@ void checkFailedExchanges(bool isBinary, int tools) {
         running.rig->simulator.clearFaults();
         const Frame frame = running.frameAgain();
         ASSERT_TRUE(frame);
-        if (tools > 0)
-            expectPoses(frame, running.sent(), isBinary);
+        EXPECT_EQ(tools > 0 ? running.wrongInAnswer(frame) : "", "");
     }
 }
 
@@ -324,8 +294,7 @@ TEST(Streaming, AReopenedStreamHandsOutNothingBeforeItsFirstAnswer) {
         running.rig->simulator.addFault(fault);
         ASSERT_TRUE(running.stream.stopImpl() && running.stream.close());
         ASSERT_TRUE(running.stream.open() && running.stream.startImpl());
-        const Frame frame = running.frameAgain();
-        expectPoses(frame, running.sent(), true);
+        EXPECT_EQ(running.wrongInAnswer(running.frameAgain()), "");
         running.rig->simulator.clearFaults();
     }
 }
@@ -348,7 +317,7 @@ TEST(Streaming, NoAnswerIsTakenForTheNextCommands) {
                 const Frame frame = running.nextFrame();
                 if (!frame)
                     continue;
-                expectPoses(frame, running.sent(), isBinary);
+                EXPECT_EQ(running.wrongInAnswer(frame), "");
                 ++frames;
             }
             EXPECT_THAT(running.rig->log.take(),

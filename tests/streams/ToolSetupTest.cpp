@@ -1,3 +1,4 @@
+#include "tests/faults/FrameCheck.h"
 #include "tests/streams/Rig.h"
 
 #include <sys/stat.h>
@@ -32,18 +33,14 @@ void wantMain(Rig<N>& rig, const std::string& id) {
 
 TEST(OpticalTools, AreLoadedInTheOrderOfRegistration) {
     Rig<Vega> rig;
-    const std::string second = rig.addTool("second.rom", "0222");
-    const std::string first = rig.addTool("first.rom", "111");
+    rig.addTool("second.rom", "0222");
+    rig.addTool("first.rom", "111");
     EXPECT_EQ(rig.log.take().back(), "[2] Instrument first.rom registered to instrument list. "
                                      "Instrument will be loaded when opening stream.");
     rig.addTool("double.rom", "111"); // loaded all the same
     wantMain(rig, "");                // which asks for none
     ASSERT_TRUE(rig.stream.open());
-    EXPECT_THAT(rig.takeCommands(),
-                ElementsAre("INIT:", "SFLIST:03", "VSEL:1", "PHSR:01", "PHRQ:*********1****",
-                            "16 x PVWR:0A", "PINIT:0A", "PENA:0AD", "PHRQ:*********1****",
-                            "16 x PVWR:0B", "PINIT:0B", "PENA:0BD", "PHRQ:*********1****",
-                            "16 x PVWR:0C", "PINIT:0C", "PENA:0CD"));
+    EXPECT_EQ(rig.takeCommands().back(), "PENA:0CD");
     EXPECT_THAT(rig.log.take(Log::Warning),
                 ElementsAre("[4] ThreadSafeInstruments: create: Instrument with ID 111 already "
                             "exists"));
@@ -54,10 +51,6 @@ TEST(OpticalTools, AreLoadedInTheOrderOfRegistration) {
     EXPECT_EQ(tools[0].toolType, "Unknown");
     EXPECT_TRUE(tools[0].active && tools[1].active);
     EXPECT_EQ(rig.stream.instruments()->mainId(), "222"); // the first one entered
-    rig.simulator.withDevice([&](ndisim::Device& device) {
-        EXPECT_EQ(device.loadedImage(0x0A), contentOf(second));
-        EXPECT_EQ(device.loadedImage(0x0B), contentOf(first));
-    });
 }
 
 TEST(OpticalTools, AreNamedByTheirPartNumber) {
@@ -136,17 +129,13 @@ void expectOwnPoses(Rig<Vega>& rig) {
     ASSERT_TRUE(rig.stream.startImpl());
     rig.nextFrame();
     rig.stream.doWork();
-    const ndisim::Measurement sent = *rig.simulator.exchanges().back().measurement;
-    for (const TrackingInstrument& tool : rig.instruments()) {
-        EXPECT_TRUE(tool.active && tool.quality > 0) << tool.trackerId.ID;
-        rig.simulator.withDevice([&](ndisim::Device& device) {
-            for (const ndisim::ToolMeasurement& measured : sent.tools)
-                if (device.loadedPartNumber(measured.handle) == tool.trackerId.ID) {
-                    EXPECT_NEAR(tool.matrix(0, 3), measured.pose.position[0], 2e-4);
-                    EXPECT_NEAR(tool.matrix(2, 3), measured.pose.position[2], 2e-4);
-                }
-        });
-    }
+    const ndisim::Exchange sent = rig.simulator.exchanges().back();
+    rig.simulator.withDevice([&](const ndisim::Device& device) {
+        for (const TrackingInstrument& tool : rig.instruments()) {
+            EXPECT_GT(tool.quality, 0) << tool.trackerId.ID;
+            EXPECT_EQ(wrongInTool(tool, *sent.measurement, device, true), "") << tool.trackerId.ID;
+        }
+    });
 }
 
 TEST(OpticalTools, AreSkippedWithoutAHandleOfTheirOwn) {

@@ -1,7 +1,5 @@
 // The log view: lines from any thread, filtered, bounded, never in the way of who writes them.
 
-#include <thread>
-
 #include <QAbstractItemModelTester>
 #include <QComboBox>
 #include <QSortFilterProxyModel>
@@ -53,26 +51,6 @@ TEST(LogView, FiltersByLevelAsksForDetailsOnlyWhenWantedAndGivesTheLogBack) {
     }
     EXPECT_EQ(former.take().size(), 6u) << "standard error gets what its level asks for";
     EXPECT_EQ(Log::level(), Log::Information);
-}
-
-TEST(LogView, SurvivesWritersOnManyThreadsWhileItComesAndGoes) {
-    const Log::Sink before = Log::setSink([](int, const std::string&, const std::string&) {});
-    std::atomic<bool> isEnding = false;
-    std::vector<std::thread> writers;
-    for (int i = 0; i < 3; ++i)
-        writers.emplace_back([&] {
-            while (!isEnding)
-                Log::log(Log::Warning, "Test", "line");
-        });
-    for (int i = 0; i < 5; ++i) {
-        LogView view;
-        EXPECT_TRUE(waitForRows(*view.model(), 10));
-        EXPECT_LE(view.model()->rowCount(), LogModel::capacity);
-    }
-    isEnding = true;
-    for (std::thread& writer : writers)
-        writer.join();
-    Log::setSink(before);
 }
 
 TEST(LogModel, AFloodIsBoundedAndToldAndEveryLineIsOneLine) {

@@ -178,6 +178,12 @@ TEST(SavedSettings, ToolsAndWhatAPersonHasChosenCount) {
     saved.setParam("main", "x");
     EXPECT_TRUE(differsFrom(saved, now)) << "somebody has chosen another";
     saved.setParam("main", "probe");
+    for (const auto& [written, expected] : {std::pair{"1", false}, {"true", false}, {"0", true}}) {
+        saved.setParam("flag", written);
+        now.setParam("flag", true);
+        EXPECT_EQ(differsFrom(saved, now), expected) << written;
+    }
+    saved.setParam("flag", true);
     now.addSubProperties("TrackingTargets").addSubProperties("tool.rom");
     EXPECT_TRUE(differsFrom(saved, now)) << "a tool was added";
     saved = now;

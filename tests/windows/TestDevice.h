@@ -1,11 +1,9 @@
 #pragma once
 
-#include "protocol/device.h"
 #include "protocol/transport.h"
+#include "tests/protocol/RecordPtr.h"
 
 #include <cstdlib>
-#include <memory>
-#include <string>
 
 // The measurement system that with_device.py has started for this program.
 namespace testdevice {
@@ -23,19 +21,8 @@ inline std::string comName() {
     return environment("MORVALIN_TEST_COM");
 }
 
-struct Close {
-    void operator()(DeviceRecord* record) const {
-        if (record->deviceName != nullptr) {
-            deviceCloseSerial(record);
-        } else {
-            deviceCloseNetwork(record);
-        }
-    }
-};
-using DevicePtr = std::unique_ptr<DeviceRecord, Close>;
-
-inline DevicePtr openNetwork(int timeoutMs = 20000) {
-    DevicePtr device(deviceOpenNetwork("127.0.0.1", tcpPort()));
+inline RecordPtr openNetwork(int timeoutMs = 20000) {
+    RecordPtr device(deviceOpenNetwork("127.0.0.1", tcpPort()));
     if (device) {
         deviceSetNetworkTimeout(device.get(), timeoutMs);
     }
@@ -43,8 +30,8 @@ inline DevicePtr openNetwork(int timeoutMs = 20000) {
 }
 
 // Wine ends every read of a port with its time-out, so a short one keeps the tests short.
-inline DevicePtr openSerial() {
-    DevicePtr device(deviceOpenSerial(comName().c_str()));
+inline RecordPtr openSerial() {
+    RecordPtr device(deviceOpenSerial(comName().c_str()));
     if (device) {
         serialSetTimeout(device->serialPort, 400);
     }

@@ -1,7 +1,7 @@
 #include "protocol/port_condition.h"
 #include "tests/windows/TestDevice.h"
 
-#include <chrono>
+#include <cstring>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sstream>
@@ -19,15 +19,8 @@ struct Settings {
     COMMTIMEOUTS timeouts = {};
 
     bool operator==(const Settings& other) const {
-        return line.BaudRate == other.line.BaudRate &&
-               line.fOutxCtsFlow == other.line.fOutxCtsFlow && line.fOutX == other.line.fOutX &&
-               line.fInX == other.line.fInX && line.ByteSize == other.line.ByteSize &&
-               line.StopBits == other.line.StopBits &&
-               timeouts.ReadIntervalTimeout == other.timeouts.ReadIntervalTimeout &&
-               timeouts.ReadTotalTimeoutMultiplier == other.timeouts.ReadTotalTimeoutMultiplier &&
-               timeouts.ReadTotalTimeoutConstant == other.timeouts.ReadTotalTimeoutConstant &&
-               timeouts.WriteTotalTimeoutMultiplier == other.timeouts.WriteTotalTimeoutMultiplier &&
-               timeouts.WriteTotalTimeoutConstant == other.timeouts.WriteTotalTimeoutConstant;
+        return std::memcmp(&line, &other.line, sizeof(line)) == 0 &&
+               std::memcmp(&timeouts, &other.timeouts, sizeof(timeouts)) == 0;
     }
 };
 
@@ -71,7 +64,7 @@ HANDLE handleOf(const DeviceRecord& device) {
 // The device hears its host only at its own rate and handshake: every answer proves that the port
 // has followed.
 TEST(Serial, FollowsTheDeviceToEverySpeed) {
-    const DevicePtr device = openSerial();
+    const RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(device->deviceName, comName());
     EXPECT_EQ(ask(*device, "INIT:"), "OKAY");
@@ -83,7 +76,7 @@ TEST(Serial, FollowsTheDeviceToEverySpeed) {
 }
 
 TEST(Serial, AppliesItsOwnSettings) {
-    const DevicePtr device = openSerial();
+    const RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     const Settings opened = Watcher::settingsOf(handleOf(*device));
     EXPECT_EQ(opened.line.BaudRate, 9600u);
@@ -125,7 +118,7 @@ TEST(Serial, PutsBackWhatItFound) {
     watcher.set(before);
     before = watcher.settings();
     {
-        const DevicePtr device = openSerial();
+        const RecordPtr device = openSerial();
         ASSERT_NE(device, nullptr);
         EXPECT_FALSE(watcher.settings() == before);
     }
@@ -157,7 +150,7 @@ TEST(Serial, ProbeWritesNothingWithoutDsr) {
 
 // The device answers the break with its banner and is back at 9600 baud.
 TEST(Serial, BreakResetsTheDevice) {
-    const DevicePtr device = openSerial();
+    const RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(ask(*device, "INIT:"), "OKAY");
     EXPECT_EQ(ask(*device, "COMM:50001"), "OKAY");
@@ -173,7 +166,7 @@ TEST(Serial, BreakResetsTheDevice) {
 
 // The device answers APIREV with bytes that lines like to treat as their own; they are no reply.
 TEST(Serial, ControlBytesPassUnchanged) {
-    const DevicePtr device = openSerial();
+    const RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     const std::string sent("\x00\x03\x04\x08\x0A\x11\x13\x15\x1A\x1C\x7F\x80\xFF\x0D", 14);
     deviceCommand(device.get(), "APIREV:");
@@ -183,7 +176,7 @@ TEST(Serial, ControlBytesPassUnchanged) {
 
 // The line goes away at the second VER, as when its adapter is pulled out, and comes back.
 TEST(SerialFault, APulledAdapterIsAnErrorOfEveryCommand) {
-    DevicePtr device = openSerial();
+    RecordPtr device = openSerial();
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(ask(*device, "INIT:"), "OKAY");
     EXPECT_NE(ask(*device, "VER:0"), "");

@@ -1,4 +1,4 @@
-// A plug-in without the functions that the host calls.
+// A plug-in without the functions that the host calls, for the version of it that the build gives.
 
 #include <boost/config.hpp>
 
@@ -7,5 +7,5 @@ BOOST_SYMBOL_EXPORT const char* morvalinPluginId() {
     return "Tests.NoFunctions";
 }
 BOOST_SYMBOL_EXPORT extern const char* const morvalinPluginDescriptor;
-const char* const morvalinPluginDescriptor = "__MORVALIN_PLUGIN_V2_MAGIC_STRING__|";
+const char* const morvalinPluginDescriptor = TEST_PLUGIN_DESCRIPTOR;
 }

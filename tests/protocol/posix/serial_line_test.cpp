@@ -27,9 +27,10 @@ protected:
     }
     ~SerialLine() override { close(own); }
 
-    termios settings() const {
+    termios settings() const { return settingsOf(own); }
+    static termios settingsOf(int end) {
         termios found = {};
-        EXPECT_EQ(tcgetattr(own, &found), 0);
+        EXPECT_EQ(tcgetattr(end, &found), 0);
         return found;
     }
 
@@ -119,16 +120,13 @@ TEST_F(SerialLine, IsExclusiveWhileOpen) {
 
 TEST_F(SerialLine, KeepsTheSettingsOfPortsOfSeveralThreads) {
     const auto use = [](const char* line) {
-        termios found = {};
         const int end = open(line, O_RDWR | O_NOCTTY);
-        EXPECT_EQ(tcgetattr(end, &found), 0);
+        const termios found = settingsOf(end);
         for (int i = 0; i < 300; ++i) {
             const std::intptr_t port = serialOpen(line);
             std::this_thread::sleep_for(std::chrono::microseconds(100)); // let the other one in
             serialClose(port);
-            termios now = {};
-            EXPECT_EQ(tcgetattr(end, &now), 0);
-            EXPECT_TRUE(areEqual(found, now));
+            EXPECT_TRUE(areEqual(found, settingsOf(end)));
         }
         close(end);
     };
@@ -144,8 +142,8 @@ TEST_F(SerialLine, KeepsTheSettingsOfPortsOfSeveralThreads) {
 
 TEST_F(SerialLine, DeviceErrorsCountWithoutTheirCrc) {
     const std::tuple<const char*, std::string, std::int32_t> cases[] = {
-        {"PINIT:01", "ERROR0D\r", 0x0D},    {"PINIT:01", wire::text("ERROR2b"), 0x2B},
-        {"BX:0001", "ERROR0CFFFF\r", 0x0C}, {"PHSR:00", wire::text("ERROR00"), 0},
+        {"PINIT:01", "ERROR0D\r", 0x0D},    {"PINIT:01", ndisim::withCrc("ERROR2b"), 0x2B},
+        {"BX:0001", "ERROR0CFFFF\r", 0x0C}, {"PHSR:00", ndisim::withCrc("ERROR00"), 0},
         {"PHSR:00", "ERROR00\r", 0x100}, // no error, so its CRC counts
         {"PHSR:00", "ERR\r", 0x100},
     };
