@@ -154,6 +154,11 @@ std::vector<std::string> commandNames(const CLI::App& app) {
 [[noreturn]] void refuseUnread(const CLI::App& app, const std::string& fault) {
     const std::vector<std::string> leftover = app.remaining(true);
     const auto chosen = app.get_subcommands();
+    if (chosen.empty() && !leftover.empty() && leftover.front().rfind('-', 0) == 0) {
+        const std::string hint = suggestion(leftover.front(), optionNames(app));
+        if (!hint.empty())
+            refuse("unknown option \"" + leftover.front() + "\"" + hint);
+    }
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
         refuse(
             "a command is missing: list, describe, ports, stream, run or gui; --help tells more");
@@ -163,8 +168,11 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     if (leftover.empty())
         refuse(fault);
     const std::string name = leftover.front().substr(0, leftover.front().find('='));
+    const std::vector<std::string> known = optionNames(*chosen.front());
+    if (std::find(known.begin(), known.end(), name) != known.end())
+        refuse(name + " belongs behind the command");
     if (name.rfind('-', 0) == 0)
-        refuse("unknown option \"" + name + "\"" + suggestion(name, optionNames(*chosen.front())));
+        refuse("unknown option \"" + name + "\"" + suggestion(name, known));
     refuse("one argument too many: \"" + leftover.front() + "\"");
 }
 

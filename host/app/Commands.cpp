@@ -59,20 +59,6 @@ private:
     TextOutput frames;
 };
 
-/// Shows a runner the log, where devices tell their errors.
-class LogFeed {
-public:
-    LogFeed(LogLines& lines, const SessionRunner& runner) : log(lines) {
-        log.observe([&runner](const LogLine& line) { runner.noteLine(line); });
-    }
-    ~LogFeed() { log.observe({}); }
-    LogFeed(const LogFeed&) = delete;
-    LogFeed& operator=(const LogFeed&) = delete;
-
-private:
-    LogLines& log;
-};
-
 /// While the streams are still open.
 bool save(WorkspaceSessions& workspace, const std::string& path) {
     std::string error;
@@ -83,12 +69,10 @@ bool save(WorkspaceSessions& workspace, const std::string& path) {
 }
 
 /// Streams until the end, saves and dumps, and closes the streams.
-ExitStatus streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& options,
-                     LogLines& log) {
+ExitStatus streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& options) {
     reports.trace.attach(workspace.sessions());
     FramePrinter printer(options);
     SessionRunner runner(workspace.sessions(), options.plan, printer.receiver());
-    const LogFeed feed(log, runner);
     const StopRequest stop([&] { runner.requestEnd(); }, [&] { printer.stopForGood(); });
     runner.run();
     if (runner.wasAskedToEnd())
@@ -116,17 +100,17 @@ int listAlgorithms(const Options& options) {
     return Done;
 }
 
-int streamAlgorithm(const Options& options, LogLines& log) {
+int streamAlgorithm(const Options& options) {
     checkOutputFiles(options);
     PluginLoader plugins;
     prepare(plugins, options);
     Reports reports(options);
     WorkspaceSessions workspace(plugins);
     workspace.add(options.subject, options);
-    return streamAll(workspace, reports, options, log);
+    return streamAll(workspace, reports, options);
 }
 
-int runWorkspace(const Options& options, LogLines& log) {
+int runWorkspace(const Options& options) {
     PluginLoader plugins;
     prepare(plugins, options);
     std::optional<Reports> reports;
@@ -141,7 +125,7 @@ int runWorkspace(const Options& options, LogLines& log) {
         printError(problem);
     if (workspace.sessions().empty())
         logText(Log::Warning, "Host", options.subject, " holds nothing that can be streamed");
-    const ExitStatus status = streamAll(workspace, *reports, options, log);
+    const ExitStatus status = streamAll(workspace, *reports, options);
     return status == Done && !problems.empty() ? StreamFailed : status;
 }
 
