@@ -22,12 +22,12 @@ Ctrl-C stops and closes the streams before the program ends; pressed again, it e
 Exit status:
   0  done, also after Ctrl-C
   1  a stream did not open or start, gave no data at all or none at the end, a block of the
-     workspace could not be used, or frames, the workspace, the trace or the dump could not be
+     workspace could not be used, or frames, the workspace or one of the other files could not be
      written; everything else was still done
   2  wrong usage: an unknown option, algorithm or serial port name, a --set that does not fit its
      property, a file that would be written over another one that is named
-  3  a plug-in, workspace or tool file cannot be used, or there is no display for the window;
-     nothing was opened
+  3  a plug-in, workspace, tool or output file or a recording cannot be used, or there is no
+     display for the window; nothing was opened
   4  ended by --stall
   130  ended at once by a second Ctrl-C, without closing the streams
 
@@ -38,7 +38,8 @@ Examples:
       --tool probe.rom --tool reference.rom --frames 100 --json
   morvalin-host stream NDITracking.AuroraTrackingStream --serial-port COM3=/dev/ttyUSB0 \
       --set hardwareDevice=COM3 --save aurora.xml
-  morvalin-host run aurora.xml --seconds 10
+  morvalin-host run aurora.xml --seconds 10 --record aurora.jsonl
+  morvalin-host play aurora.jsonl --csv poses.csv
   morvalin-host gui aurora.xml --serial-port COM3=/dev/ttyUSB0)";
 
 template <class Value>
@@ -60,16 +61,20 @@ void addRepeatable(CLI::App& command, const std::string& name, std::vector<Item>
         ->check(valueFault);
 }
 
-void addHostOptions(CLI::App& command, Options& options) {
-    addRepeatable(command, "--plugin", options.plugins, readText, "FILE",
-                  "plug-in to load; default: all in ../plugins beside the\n"
-                  "program's folder; repeatable");
+void addLogOptions(CLI::App& command, Options& options) {
     addSingle(command, "--log-level", options.logLevel, "L",
               "1 detail, 2 information (default), 3 warning, 4 error")
         ->check(CLI::Range(1, 4).description(""));
     command.add_flag("--log-time", options.logTime,
                      "put the UTC time in front of each line of the log");
     command.footer(footer);
+}
+
+void addHostOptions(CLI::App& command, Options& options) {
+    addRepeatable(command, "--plugin", options.plugins, readText, "FILE",
+                  "plug-in to load; default: all in ../plugins beside the\n"
+                  "program's folder; repeatable");
+    addLogOptions(command, options);
 }
 
 void addSerialPortOption(CLI::App& command, Options& options) {
@@ -91,6 +96,21 @@ void addSettingOptions(CLI::App& command, Options& options) {
               "write the workspace before the streams are closed");
 }
 
+void addTableOptions(CLI::App& command, Options& options) {
+    addSingle(command, "--csv", options.csvFile, "FILE",
+              "write a table of the poses to a file, too: one row an\n"
+              "instrument and frame");
+    command.add_flag("--force", options.force,
+                     "let such files be written over ones that are there");
+}
+
+void addPrintOptions(CLI::App& command, Options& options) {
+    command.add_flag("--json", options.json, "print one JSON object a frame, not readable lines");
+    command.add_flag("--events", options.events,
+                     "with --json: print also what else happens to the streams, as\n"
+                     "objects that begin with \"event\"");
+}
+
 void addFrameOptions(CLI::App& command, Options& options) {
     addSingle(command, "--frames", options.plan.frames, "N",
               "stop after so many frames of each stream")
@@ -106,10 +126,10 @@ void addFrameOptions(CLI::App& command, Options& options) {
               "close, open and start a stream again that gives no data for\n"
               "S seconds (default 5) or does not open, as often as it takes")
         ->check(limitFault<double>);
-    command.add_flag("--json", options.json, "print one JSON object a frame, not readable lines");
-    command.add_flag("--events", options.events,
-                     "with --json: print also what else happens to the streams, as\n"
-                     "objects that begin with \"event\"");
+    addPrintOptions(command, options);
+    addSingle(command, "--record", options.recordFile, "FILE",
+              "write frames and events as lines of JSON to a file, too");
+    addTableOptions(command, options);
     addSingle(command, "--trace", options.traceFile, "FILE",
               "write every command to the device and every reply with its time");
 }
@@ -133,6 +153,18 @@ CLI::App* addStreamCommand(CLI::App& app, Command command, const std::string& na
 void addSubject(CLI::App& command, const std::string& name, const std::string& help,
                 bool isRequired, Options& options) {
     command.add_option(name, options.subject, help)->required(isRequired)->type_name("");
+}
+
+void addPlayCommand(CLI::App& app, Options& options) {
+    CLI::App* const play = app.add_subcommand("play", "Print the frames of a recording");
+    play->callback([&options] { options.command = Command::Play; });
+    addLogOptions(*play, options);
+    addSubject(*play, "FILE", "a recording that --record has written", true, options);
+    addSingle(*play, "--speed", options.speed, "X",
+              "play it X times as fast as it was recorded; 1 unless given")
+        ->check(limitFault<double>);
+    addPrintOptions(*play, options);
+    addTableOptions(*play, options);
 }
 
 std::vector<std::string> optionNames(const CLI::App& command) {
@@ -160,8 +192,8 @@ std::vector<std::string> commandNames(const CLI::App& app) {
             refuse("unknown option \"" + leftover.front() + "\"" + hint);
     }
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
-        refuse(
-            "a command is missing: list, describe, ports, stream, run or gui; --help tells more");
+        refuse("a command is missing: list, describe, ports, stream, run, play or gui; --help "
+               "tells more");
     if (chosen.empty())
         refuse("unknown command \"" + leftover.front() + "\"" +
                suggestion(leftover.front(), commandNames(app)));
@@ -203,6 +235,7 @@ std::variant<Options, HelpText> parseCommandLine(int argc, const char* const* ar
     CLI::App* const run = addStreamCommand(
         app, Command::Run, "run", "Do so for every algorithm of a workspace file", options);
     addSubject(*run, "WORKSPACE", "a file that --save has written", true, options);
+    addPlayCommand(app, options);
     CLI::App* const window =
         addCommand(app, Command::Window, "gui", "Show a window to use streams in", options);
     addSettingOptions(*window, options);

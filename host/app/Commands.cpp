@@ -1,6 +1,5 @@
 #include "app/Commands.h"
 
-#include <chrono>
 #include <optional>
 #include <string>
 
@@ -9,8 +8,7 @@
 #include "app/Console.h"
 #include "app/DeviceReports.h"
 #include "app/OutputFiles.h"
-#include "app/platform/StandardStreams.h"
-#include "outputs/TextOutput.h"
+#include "app/OutputSet.h"
 #include "session/Refusal.h"
 #include "session/StopNotice.h"
 #include "session/WorkspaceSessions.h"
@@ -28,36 +26,11 @@ struct Reports {
     DumpFile dump;
 };
 
-/// Frames and events on standard output, as the options want them.
-class FramePrinter {
-public:
-    explicit FramePrinter(const Options& options) :
-        frames(options.json ? jsonFrame : readableFrame, options.events ? jsonEvent : nullptr,
-               [this](std::string_view text) {
-                   return output.write(text, error) == StandardOutput::Result::Written;
-               }) {}
-
-    SessionRunner::Receiver receiver() {
-        return {[this](const auto&... frame) { return frames.take(frame...); },
-                [this](const auto&... event) { frames.note(event...); }, [this] { output.hurry(); },
-                printError};
-    }
-
-    /// Before the process ends: no line is cut in the middle if its reader is there.
-    void stopForGood() { frames.stopForGood(std::chrono::milliseconds(100)); }
-
-    /// True when every frame was written that somebody read. Once the streams are closed.
-    bool succeeded() const {
-        if (!error.empty())
-            printError("the frames could not be written: " + error);
-        return error.empty();
-    }
-
-private:
-    StandardOutput output;
-    std::string error;
-    TextOutput frames;
-};
+SessionRunner::Receiver receiverFor(OutputSet& outputs) {
+    return {[&](const auto&... frame) { return outputs.frames().take(frame...); },
+            [&](const auto&... event) { outputs.frames().note(event...); },
+            [&] { outputs.hurry(); }, printError};
+}
 
 /// While the streams are still open.
 bool save(WorkspaceSessions& workspace, const std::string& path) {
@@ -71,9 +44,9 @@ bool save(WorkspaceSessions& workspace, const std::string& path) {
 /// Streams until the end, saves and dumps, and closes the streams.
 ExitStatus streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& options) {
     reports.trace.attach(workspace.sessions());
-    FramePrinter printer(options);
-    SessionRunner runner(workspace.sessions(), options.plan, printer.receiver());
-    const StopRequest stop([&] { runner.requestEnd(); }, [&] { printer.stopForGood(); });
+    OutputSet outputs(options);
+    SessionRunner runner(workspace.sessions(), options.plan, receiverFor(outputs));
+    const StopRequest stop([&] { runner.requestEnd(); }, [&] { outputs.stopForGood(); });
     runner.run();
     if (runner.wasAskedToEnd())
         logText(Log::Information, "Host", stopNotice(workspace.sessions()));
@@ -84,7 +57,7 @@ ExitStatus streamAll(WorkspaceSessions& workspace, Reports& reports, const Optio
         isGood = reports.dump.write(workspace.sessions()) && isGood;
     runner.close();
     isGood = reports.trace.isComplete() && isGood;
-    isGood = printer.succeeded() && isGood;
+    isGood = outputs.finish() && isGood;
     return runner.status() == Done && !isGood ? StreamFailed : runner.status();
 }
 

@@ -25,6 +25,9 @@ int streamAlgorithm(const Options& options);
 /// Does so for every algorithm of a workspace.
 int runWorkspace(const Options& options);
 
+/// Hands the frames of a recording to the outputs, as they came.
+int playRecording(const Options& options);
+
 /// Shows the window, with a workspace if one is named, until it is closed.
 int runWindow(const Options& options);
 

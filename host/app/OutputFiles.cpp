@@ -42,10 +42,19 @@ std::vector<NamedFile> outputsOf(const Options& options) {
     std::vector<NamedFile> outputs;
     for (const NamedFile& file :
          {NamedFile{saveRole, options.saveFile}, NamedFile{"--trace", options.traceFile},
-          NamedFile{"--dump", options.dumpFile}})
+          NamedFile{"--dump", options.dumpFile}, NamedFile{"--csv", options.csvFile},
+          NamedFile{"--record", options.recordFile}})
         if (!file.path.empty())
             outputs.push_back(file);
     return outputs;
+}
+
+/// What was recorded cannot be had again.
+void expectNew(const NamedFile& output) {
+    std::error_code ignored;
+    if (!output.path.empty() && fs::is_regular_file(toPath(output.path), ignored))
+        throw Refusal(FileRefused, output.role + " " + output.path +
+                                       ": is there already; --force writes over it");
 }
 
 std::vector<NamedFile> inputsOf(const Options& options, const std::vector<std::string>& tools) {
@@ -54,6 +63,8 @@ std::vector<NamedFile> inputsOf(const Options& options, const std::vector<std::s
         inputs.push_back({"the plug-in", plugin});
     for (const Tool& tool : options.tools)
         inputs.push_back({"the tool file", tool.path});
+    if (options.command == Command::Play)
+        inputs.push_back({"the recording", options.subject});
     for (const std::string& tool : tools)
         inputs.push_back({"the workspace's tool file", tool});
     return inputs;
@@ -73,6 +84,10 @@ void checkOutputFiles(const Options& options, const std::vector<std::string>& to
             expectApart(outputs[i], input);
         if (readsWorkspace && !options.subject.empty() && outputs[i].role != saveRole)
             expectApart(outputs[i], {"the workspace", options.subject});
+    }
+    if (!options.force) {
+        expectNew({"--csv", options.csvFile});
+        expectNew({"--record", options.recordFile});
     }
 }
 

@@ -20,7 +20,8 @@ int execute(Options options) {
     LogLines log(
         [withTime = options.logTime](const LogLine& line) { printLogLine(line, withTime); });
     log.observe(StreamSession::noteLine);
-    if (options.plugins.empty() && options.command != Command::Version)
+    if (options.plugins.empty() && options.command != Command::Version &&
+        options.command != Command::Play)
         options.plugins = defaultPlugins();
     switch (options.command) {
     case Command::List:
@@ -31,6 +32,8 @@ int execute(Options options) {
         return streamAlgorithm(options);
     case Command::Run:
         return runWorkspace(options);
+    case Command::Play:
+        return playRecording(options);
     case Command::Window:
         return runWindow(options);
     case Command::Version:

@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include "outputs/EventNames.h"
 #include "outputs/TextOutput.h"
 
 namespace Morvalin::App {
@@ -9,28 +10,11 @@ namespace {
 using Json = nlohmann::ordered_json; // members stay in the order in which they are named
 using Kind = StreamEvent::Kind;
 
-const char* nameOf(Kind kind) {
-    switch (kind) {
-    case Kind::Opened:
-        return "opened";
-    case Kind::Closed:
-        return "closed";
-    case Kind::Stalled:
-        return "stalled";
-    case Kind::Resumed:
-        return "resumed";
-    case Kind::Reconnecting:
-        return "reconnecting";
-    case Kind::Tool:
-        return "tool";
-    }
-    return "";
-}
-
 } // namespace
 
 std::string jsonEvent(const std::string& stream, const StreamEvent& event) {
-    Json object{{"event", nameOf(event.kind)}, {"stream", stream}, {"timestamp", event.timestamp}};
+    Json object{
+        {"event", eventName(event.kind)}, {"stream", stream}, {"timestamp", event.timestamp}};
     if (event.kind == Kind::Stalled || event.kind == Kind::Resumed)
         object["gap"] = event.gap;
     if (event.kind == Kind::Reconnecting) {

@@ -25,6 +25,14 @@ std::string jsonFrame(const std::string& stream, std::uint64_t index,
 /// One JSON object on one line, whose first member is "event".
 std::string jsonEvent(const std::string& stream, const StreamEvent& event);
 
+/// A row for each instrument, of the columns that csvHeader names; fields in which there is nothing
+/// to say are empty. Numbers read back as the same double, each row is one line.
+std::string csvFrame(const std::string& stream, std::uint64_t index,
+                     const TrackingStreamData& frame);
+
+inline constexpr std::string_view csvHeader =
+    "timestamp_ms,stream,frame,id,name,active,visible,x_mm,y_mm,z_mm,qw,qx,qy,qz,quality,rms_mm\n";
+
 /// A line for the frame and one for each instrument: position in millimetres, unit quaternion (w x
 /// y z) and quality. The main instrument is marked by an asterisk.
 std::string readableFrame(const std::string& stream, std::uint64_t index,
