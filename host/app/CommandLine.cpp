@@ -22,8 +22,8 @@ Ctrl-C stops and closes the streams before the program ends; pressed again, it e
 Exit status:
   0  done, also after Ctrl-C
   1  a stream did not open or start, gave no data at all or none at the end, a block of the
-     workspace could not be used, or frames, the workspace or one of the other files could not be
-     written; everything else was still done
+     workspace could not be used, or it has none; or frames, the workspace or one of the other
+     files could not be written; everything else was still done
   2  wrong usage: an unknown option, algorithm or serial port name, a --set that does not fit its
      property, a file that would be written over another one that is named
   3  a plug-in, workspace, tool or output file or a recording cannot be used, or there is no

@@ -97,9 +97,10 @@ int runWorkspace(const Options& options) {
     for (const std::string& problem : problems)
         printError(problem);
     if (workspace.sessions().empty())
-        logText(Log::Warning, "Host", options.subject, " holds nothing that can be streamed");
+        printError(options.subject + " holds nothing that can be streamed");
     const ExitStatus status = streamAll(workspace, *reports, options);
-    return status == Done && !problems.empty() ? StreamFailed : status;
+    const bool lacksBlocks = !problems.empty() || workspace.sessions().empty();
+    return status == Done && lacksBlocks ? StreamFailed : status;
 }
 
 } // namespace Morvalin::App
