@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh
 cmake --preset tsan >/dev/null
-cmake --build --preset tsan -j "$(nproc)" --target protocol-test host_stream_test streams_test
+cmake --build --preset tsan -j "$(nproc)" --target protocol-test host_stream_test session_test streams_test
 ctest --preset tsan -j "$(($(nproc) * 4))" \
-  -R '^(ThreadMode|Signals|StreamThreads|StreamStates|StreamWorker|TrackingStream|Concurrency|Tracing|Streaming|Ports)\.' \
+  -R '^(ThreadMode|LogLines|Signals|StreamThreads|StreamStates|StreamWorker|TrackingStream|Concurrency|Tracing|Streaming|Ports)\.' \
   -E 'TakenFor|FailedExchange'

@@ -22,8 +22,8 @@ Ctrl-C stops and closes the streams before the program ends; pressed again, it e
 Exit status:
   0  done, also after Ctrl-C
   1  a stream did not open or start, gave no data at all or none at the end, a block of the
-     workspace could not be used, or frames, the workspace or one of the other files could not be
-     written; everything else was still done
+     workspace could not be used, or it has none; or frames, the workspace or one of the other
+     files could not be written; everything else was still done
   2  wrong usage: an unknown option, algorithm or serial port name, a --set that does not fit its
      property, a file that would be written over another one that is named
   3  a plug-in, workspace, tool or output file or a recording cannot be used, or there is no
@@ -186,6 +186,11 @@ std::vector<std::string> commandNames(const CLI::App& app) {
 [[noreturn]] void refuseUnread(const CLI::App& app, const std::string& fault) {
     const std::vector<std::string> leftover = app.remaining(true);
     const auto chosen = app.get_subcommands();
+    if (chosen.empty() && !leftover.empty() && leftover.front().rfind('-', 0) == 0) {
+        const std::string hint = suggestion(leftover.front(), optionNames(app));
+        if (!hint.empty())
+            refuse("unknown option \"" + leftover.front() + "\"" + hint);
+    }
     if (chosen.empty() && (leftover.empty() || leftover.front().rfind('-', 0) == 0))
         refuse("a command is missing: list, describe, ports, stream, run, play or gui; --help "
                "tells more");
@@ -195,8 +200,11 @@ std::vector<std::string> commandNames(const CLI::App& app) {
     if (leftover.empty())
         refuse(fault);
     const std::string name = leftover.front().substr(0, leftover.front().find('='));
+    const std::vector<std::string> known = optionNames(*chosen.front());
+    if (std::find(known.begin(), known.end(), name) != known.end())
+        refuse(name + " belongs behind the command");
     if (name.rfind('-', 0) == 0)
-        refuse("unknown option \"" + name + "\"" + suggestion(name, optionNames(*chosen.front())));
+        refuse("unknown option \"" + name + "\"" + suggestion(name, known));
     refuse("one argument too many: \"" + leftover.front() + "\"");
 }
 

@@ -32,20 +32,6 @@ SessionRunner::Receiver receiverFor(OutputSet& outputs) {
             [&] { outputs.hurry(); }, printError};
 }
 
-/// Shows a runner the log, where devices tell their errors.
-class LogFeed {
-public:
-    LogFeed(LogLines& lines, const SessionRunner& runner) : log(lines) {
-        log.observe([&runner](const LogLine& line) { runner.noteLine(line); });
-    }
-    ~LogFeed() { log.observe({}); }
-    LogFeed(const LogFeed&) = delete;
-    LogFeed& operator=(const LogFeed&) = delete;
-
-private:
-    LogLines& log;
-};
-
 /// While the streams are still open.
 bool save(WorkspaceSessions& workspace, const std::string& path) {
     std::string error;
@@ -56,12 +42,10 @@ bool save(WorkspaceSessions& workspace, const std::string& path) {
 }
 
 /// Streams until the end, saves and dumps, and closes the streams.
-ExitStatus streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& options,
-                     LogLines& log) {
+ExitStatus streamAll(WorkspaceSessions& workspace, Reports& reports, const Options& options) {
     reports.trace.attach(workspace.sessions());
     OutputSet outputs(options);
     SessionRunner runner(workspace.sessions(), options.plan, receiverFor(outputs));
-    const LogFeed feed(log, runner);
     const StopRequest stop([&] { runner.requestEnd(); }, [&] { outputs.stopForGood(); });
     runner.run();
     if (runner.wasAskedToEnd())
@@ -89,17 +73,17 @@ int listAlgorithms(const Options& options) {
     return Done;
 }
 
-int streamAlgorithm(const Options& options, LogLines& log) {
+int streamAlgorithm(const Options& options) {
     checkOutputFiles(options);
     PluginLoader plugins;
     prepare(plugins, options);
     Reports reports(options);
     WorkspaceSessions workspace(plugins);
     workspace.add(options.subject, options);
-    return streamAll(workspace, reports, options, log);
+    return streamAll(workspace, reports, options);
 }
 
-int runWorkspace(const Options& options, LogLines& log) {
+int runWorkspace(const Options& options) {
     PluginLoader plugins;
     prepare(plugins, options);
     std::optional<Reports> reports;
@@ -113,9 +97,10 @@ int runWorkspace(const Options& options, LogLines& log) {
     for (const std::string& problem : problems)
         printError(problem);
     if (workspace.sessions().empty())
-        logText(Log::Warning, "Host", options.subject, " holds nothing that can be streamed");
-    const ExitStatus status = streamAll(workspace, *reports, options, log);
-    return status == Done && !problems.empty() ? StreamFailed : status;
+        printError(options.subject + " holds nothing that can be streamed");
+    const ExitStatus status = streamAll(workspace, *reports, options);
+    const bool lacksBlocks = !problems.empty() || workspace.sessions().empty();
+    return status == Done && lacksBlocks ? StreamFailed : status;
 }
 
 } // namespace Morvalin::App

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/Options.h"
-#include "session/LogLines.h"
 
 namespace Morvalin::App {
 
@@ -21,10 +20,10 @@ int printVersion();
 int describeAlgorithm(const Options& options);
 
 /// Creates one algorithm and prints the frames of its stream.
-int streamAlgorithm(const Options& options, LogLines& log);
+int streamAlgorithm(const Options& options);
 
 /// Does so for every algorithm of a workspace.
-int runWorkspace(const Options& options, LogLines& log);
+int runWorkspace(const Options& options);
 
 /// Hands the frames of a recording to the outputs, as they came.
 int playRecording(const Options& options);

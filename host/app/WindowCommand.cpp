@@ -10,6 +10,7 @@
 #include "app/Console.h"
 #include "app/OutputFiles.h"
 #include "session/Refusal.h"
+#include "session/StopNotice.h"
 #include "window/Look.h"
 #include "window/MainWindow.h"
 
@@ -44,10 +45,12 @@ void openWorkspace(MainWindow& window, const Options& options) {
 
 int showWindow(QApplication& application, const PluginLoader& plugins, const Options& options) {
     MainWindow window(plugins);
-    const StopRequest stop([&window] {
-        QMetaObject::invokeMethod(
-            &window, [&window] { window.closeWithoutAsking(); }, Qt::QueuedConnection);
-    });
+    const auto closeWindow = [&window] {
+        logText(Log::Information, "Host", stopNotice(window.bench().sessions()));
+        window.closeWithoutAsking();
+    };
+    const StopRequest stop(
+        [&] { QMetaObject::invokeMethod(&window, closeWindow, Qt::QueuedConnection); });
     openWorkspace(window, options);
     window.workspaces().saveAtEnd(QString::fromStdString(options.saveFile));
     window.show();

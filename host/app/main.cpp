@@ -7,7 +7,9 @@
 #include "app/Console.h"
 #include "app/PluginFolder.h"
 #include "app/platform/StandardStreams.h"
+#include "session/LogLines.h"
 #include "session/Refusal.h"
+#include "session/StreamSession.h"
 
 namespace Morvalin::App {
 
@@ -17,6 +19,7 @@ int execute(Options options) {
     Log::setLevel(options.logLevel);
     LogLines log(
         [withTime = options.logTime](const LogLine& line) { printLogLine(line, withTime); });
+    log.observe(StreamSession::noteLine);
     if (options.plugins.empty() && options.command != Command::Version &&
         options.command != Command::Play)
         options.plugins = defaultPlugins();
@@ -26,9 +29,9 @@ int execute(Options options) {
     case Command::Ports:
         return listPorts(options);
     case Command::Stream:
-        return streamAlgorithm(options, log);
+        return streamAlgorithm(options);
     case Command::Run:
-        return runWorkspace(options, log);
+        return runWorkspace(options);
     case Command::Play:
         return playRecording(options);
     case Command::Window:

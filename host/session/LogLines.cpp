@@ -33,7 +33,8 @@ void LogLines::observe(Receiver observer) {
 }
 
 void LogLines::take(int level, const std::string& category, const std::string& text) {
-    const LogLine line{std::chrono::system_clock::now(), level, Log::source(), category, text};
+    const LogLine line{std::chrono::system_clock::now(), level, Log::source(), category, text,
+                       StreamSession::count() > 1};
     const std::lock_guard lock(mutex);
     if (show)
         show(line);
@@ -64,7 +65,7 @@ void LogLines::tellCounts() {
 }
 
 std::string categoryText(const LogLine& line) {
-    if (line.source.empty() || StreamSession::count() < 2)
+    if (line.source.empty() || !line.hasOthers)
         return line.category;
     return line.category + " (" + line.source + ")";
 }

@@ -17,6 +17,7 @@ struct LogLine {
     std::string source; ///< label of the stream that wrote it, empty for none
     std::string category;
     std::string text;
+    bool hasOthers = false; ///< there were several streams when it was written
 };
 
 /// Keeps a device that is gone from filling the log: of lines that are equal to the last one of the

@@ -40,14 +40,6 @@ SessionRunner::~SessionRunner() {
     close();
 }
 
-void SessionRunner::noteLine(const LogLine& line) const {
-    if (line.level < Log::Error || line.source.empty())
-        return;
-    for (const auto& one : runs)
-        if (one->session.label() == line.source)
-            one->session.watch().onError(line.text);
-}
-
 void SessionRunner::run() {
     for (const auto& one : runs)
         launch(*one);

@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "session/LogLines.h"
 #include "session/Refusal.h"
 #include "session/StreamKeeper.h"
 #include "session/ToolWatch.h"
@@ -56,9 +55,6 @@ public:
     ~SessionRunner();
     SessionRunner(const SessionRunner&) = delete;
     SessionRunner& operator=(const SessionRunner&) = delete;
-
-    /// Takes a line of the log, for the reasons of what happens. Any thread.
-    void noteLine(const LogLine& line) const;
 
     /// Brings the streams up and returns when the run is over, with the streams as they are.
     void run();

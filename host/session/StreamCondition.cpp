@@ -42,6 +42,7 @@ void StreamCondition::recordFailure(const Stream::StateChange& change, Clock::ti
 void StreamCondition::beginAttempt(bool opens, Clock::time_point now) {
     current.attemptedAt = now;
     openingReports = 0;
+    isBeingClosed = false;
     if (isReconnecting)
         return;
     gapBegin.reset(); // what was before is over
@@ -67,6 +68,10 @@ StreamCondition::Event StreamCondition::onState(const Stream::StateChange& chang
 }
 
 StreamCondition::Event StreamCondition::onFrame(Clock::time_point now) {
+    if (isBeingClosed) { // too late to change that
+        gapBegin = now;
+        return std::nullopt;
+    }
     Event event;
     if (std::exchange(current.isStalled, false))
         event = makeEvent(Kind::Resumed, now);

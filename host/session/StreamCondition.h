@@ -71,7 +71,7 @@ public:
     /// The stream wrote an error to the log.
     void onError(const std::string& text) { current.reason = text; }
     /// Somebody is about to close the stream and open it again for want of frames.
-    void onReconnecting() { isReconnecting = current.isStalled = true; }
+    void onReconnecting() { isBeingClosed = isReconnecting = current.isStalled = true; }
     /// To be called a few times a second.
     Event onTime(Clock::time_point now);
 
@@ -95,6 +95,7 @@ private:
     std::optional<Clock::time_point> gapBegin;
     bool isReceiving = false;
     bool isReconnecting = false;
+    bool isBeingClosed = false; ///< from there until it is opened again
     std::int64_t openingReports = 0;
 };
 

@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <exception>
+#include <map>
+#include <mutex>
 #include <utility>
 
 #include <boost/algorithm/string/join.hpp>
+
+#include <morvalincore/Log.h>
 
 #include "session/Refusal.h"
 #include "session/SavedSettings.h"
@@ -39,22 +43,37 @@ Stream* createStream(StreamIoAlgorithm& algorithm, const std::string& id) {
     return algorithm.stream();
 }
 
-std::atomic<int> sessionCount = 0;
+/// The watches of all sessions with the labels of these, for the log.
+struct Directory {
+    std::mutex mutex;
+    std::map<StreamWatch*, std::string> labels;
+};
+
+Directory& directory() {
+    static Directory all;
+    return all;
+}
 
 } // namespace
 
-StreamSession::Counted::Counted() {
-    ++sessionCount;
-}
-
-StreamSession::Counted::~Counted() {
-    --sessionCount;
+StreamSession::Listed::~Listed() {
+    const std::lock_guard lock(directory().mutex);
+    directory().labels.erase(&watch);
 }
 
 int StreamSession::count() {
-    return sessionCount;
+    const std::lock_guard lock(directory().mutex);
+    return static_cast<int>(directory().labels.size());
 }
 
+void StreamSession::noteLine(const LogLine& line) {
+    if (line.level < Log::Error || line.source.empty())
+        return;
+    const std::lock_guard lock(directory().mutex);
+    for (const auto& [watch, label] : directory().labels)
+        if (label == line.source)
+            watch->onError(line.text);
+}
 StreamSession::StreamSession(const PluginLoader& plugins, Properties& block) :
     saved(block), made(plugins.instantiate(block.name())) {
     const std::string& id = block.name();
@@ -72,6 +91,8 @@ void StreamSession::setLabel(const std::string& label) {
     uniqueName = label;
     openedStream->setLogName(label);
     shared->watch.setLabel(label);
+    const std::lock_guard lock(directory().mutex);
+    directory().labels[&shared->watch] = label;
 }
 
 void StreamSession::follow() {

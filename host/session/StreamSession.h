@@ -15,6 +15,7 @@
 #include <morvalinlib/StreamIoAlgorithm.h>
 #include <morvalinstream/TrackingStreamData.h>
 
+#include "session/LogThrottle.h"
 #include "session/SessionOptions.h"
 #include "session/StreamWatch.h"
 
@@ -51,6 +52,9 @@ public:
 
     /// How many there are in the program. Any thread.
     static int count();
+    /// Takes a line of the log: an error is the reason for what happens to the stream that wrote it
+    /// until its next frame. Any thread.
+    static void noteLine(const LogLine& line);
 
     /// The stream's name, or another that tells it from streams of the same name.
     const std::string& label() const { return uniqueName; }
@@ -95,17 +99,17 @@ private:
         bool isWanted = true;
     };
 
-    struct Counted {
-        Counted();
-        ~Counted();
+    struct Listed {
+        ~Listed();
+        StreamWatch& watch;
     };
 
     void follow();
 
-    const Counted counted;
     Properties& saved;
     Properties given;
     std::shared_ptr<Shared> shared = std::make_shared<Shared>();
+    const Listed listed{shared->watch};
     std::unique_ptr<Algorithm> made;
     Stream* openedStream = nullptr; ///< belongs to the algorithm
     std::string uniqueName;

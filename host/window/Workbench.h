@@ -28,6 +28,8 @@ public:
     const PluginLoader& plugins() const { return loader; }
     /// In the order in which they were added; those being removed are among them.
     std::vector<StreamItem*> streams() const;
+    /// What the items stand for.
+    const Sessions& sessions() const { return workspace.sessions(); }
 
     /// Adds a closed stream; null, with one line, when it cannot be created.
     StreamItem* add(const std::string& algorithmId, std::string& error);

@@ -42,6 +42,16 @@ class Window(HostTest):
         process = self.start("gui", w, "--set", "maxRange=2", "--save", "out.xml")
         self.wait_until(lambda: os.path.exists(seen) and "BX" in self.read("seen"), "no frame")
         process.terminate()
-        self.assertEqual(self.finish(process)[0], 0)
+        status, _, err = self.finish(process)
+        self.assertEqual(status, 0, err)
+        self.assertIn("[2] Host: stopping; waiting for NDI Polaris Tracking Stream (tracking, ", err)
         self.assertIn("TSTOP", self.read("seen"))
         self.assertIn('name="maxRange" value="2"', self.read("out.xml"))
+
+    def test_a_stream_that_stands_still_is_told_with_its_devices_error(self):
+        silent = self.block("--fault", "no-answer@BX#5-", open=1, start=1)
+        process = self.start("gui", self.workspace("w.xml", silent))
+        told = next(line for line in process.stderr if b"[3] Host: " in line)
+        self.assertRegex(told, rb"Stream: no data for \d s: NDI Tracking System Error: 1024 ")
+        process.terminate()
+        self.finish(process)

@@ -6,10 +6,12 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <grp.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -90,12 +92,22 @@ Finding inspectOpened(const std::string& path, const struct stat& node) {
     return {isClaimed(port.number()) ? PortCondition::inUse : PortCondition::free};
 }
 
+// As far as the system tells; of its other devices, every program may have some open.
+bool isKnownNotSerial(const struct stat& node) {
+    const std::string number =
+        std::to_string(major(node.st_rdev)) + ":" + std::to_string(minor(node.st_rdev));
+    std::error_code error;
+    const auto kind =
+        std::filesystem::read_symlink("/sys/dev/char/" + number + "/subsystem", error);
+    return !error && kind.filename() != "tty";
+}
+
 Finding inspectPath(const std::string& path) {
     struct stat node = {};
     if (stat(path.c_str(), &node) != 0) {
         return refused(errno, node);
     }
-    if (!S_ISCHR(node.st_mode)) {
+    if (!S_ISCHR(node.st_mode) || isKnownNotSerial(node)) {
         return {PortCondition::notSerial};
     }
     // Before the port is opened here: a console that shares its port must not notice.
