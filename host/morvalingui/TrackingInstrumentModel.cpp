@@ -227,7 +227,8 @@ QString TrackingInstrumentModel::typicalText(int column) const {
     case Quality:
         return qualityText(-0.25);
     case Position:
-        return positionText(Matrix4::Constant(-9999.9));
+        // The blank in place of a sign is as wide as a digit, and the sign itself narrower.
+        return positionText(Matrix4::Constant(9999.9));
     default:
         return headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <string_view>
 
 #include <boost/algorithm/string/join.hpp>
 
@@ -42,13 +43,20 @@ std::vector<SettingDescription> readOff(const Properties& current) {
     return settings;
 }
 
+std::string oldName(std::string_view key) {
+    std::string text = "older name of \"";
+    text += key;
+    text += '"';
+    return text;
+}
+
 /// The first of the keys is today's; the others stand in older workspaces.
 template <std::size_t count>
 void addFlag(const char* const (&keys)[count], const std::string& meaning,
              std::vector<SettingDescription>& settings) {
     for (const char* const key : keys) {
-        const std::string former = std::string("older name of \"") + keys[0] + '"';
-        settings.push_back({key, Kind::Boolean, "false", {}, key == keys[0] ? meaning : former});
+        const bool isToday = key == keys[0];
+        settings.push_back({key, Kind::Boolean, "false", {}, isToday ? meaning : oldName(keys[0])});
     }
 }
 
