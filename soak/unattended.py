@@ -93,7 +93,7 @@ class Device:
         if self.repair:
             self.repair()
             self.repair = None
-            self.next = now + chance.uniform(5, 25)
+            self.next = now + chance.uniform(10, 50)
         else:
             self.next = now + self.mishap(chance)
 
@@ -112,20 +112,32 @@ class Reader(threading.Thread):
         self.checkers = {family: Checker(family) for family in ALGORITHMS}
         self.last_frame = dict.fromkeys(ALGORITHMS, 0.0)
         self.events = {}
+        self.tools = {family: set() for family in ALGORITHMS}
 
     def run(self):
         for line in self.lines:
             item = json.loads(line)
-            if "event" in item:
-                self.events[item["event"]] = self.events.get(item["event"], 0) + 1
-                continue
             family = FAMILY_OF[item["stream"]]
             checker = self.checkers[family]
+            if "event" in item:
+                self.events[item["event"]] = self.events.get(item["event"], 0) + 1
+                if item["event"] == "opened":
+                    checker.place_of.clear()  # handles are given out anew, not always from the first
+                continue
             now = time.monotonic()
             if now - self.last_frame[family] > 1:
                 checker.last_step = None  # a device that was restarted counts its frames anew
             self.last_frame[family] = now
             checker.take(item)
+            self.check_order(family)
+
+    def check_order(self, family):
+        """Handles are given out in the order of the tools, and places in that of the handles."""
+        place_of = self.checkers[family].place_of
+        self.tools[family] |= set(place_of)
+        places = [place_of[tool] for tool in sorted(place_of)]
+        if places != sorted(set(places)):
+            self.checkers[family].complain(f"tools at the places of others: {place_of}")
 
     def all_deliver(self):
         return all(time.monotonic() - last < 1 for last in self.last_frame.values())
@@ -195,8 +207,8 @@ def faults_of(reader, log, first, last):
     faults = []
     for family, checker in reader.checkers.items():
         faults += [f"{family}: {text}" for text in checker.complaints[:5]]
-        if len(checker.place_of) != len(PARTS):
-            faults.append(f"{family}: {len(checker.place_of)} of {len(PARTS)} tools had a pose")
+        if len(reader.tools[family]) != len(PARTS):
+            faults.append(f"{family}: of {len(PARTS)} tools had a pose: {reader.tools[family]}")
     if log.stat().st_size >= LONGEST_LOG:
         faults.append(f"the log has {log.stat().st_size} bytes")
     if last[0] > first[0] * MEMORY_GROWTH:

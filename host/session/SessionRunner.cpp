@@ -181,7 +181,8 @@ void SessionRunner::close() {
     for (std::size_t i = 0; i < runs.size(); ++i) {
         StreamSession& session = runs[i]->session;
         // A keeper that had just looked whether it may go on has opened the stream behind that.
-        if (!(closings[i].get() & session.stream().close()))
+        const bool hasClosed = session.stream().close();
+        if (!closings[i].get() || !hasClosed)
             logText(Log::Warning, "Host", session.label(), " did not close cleanly");
         if (const std::string line = shortfall(*runs[i]); !line.empty()) {
             ++failures;
